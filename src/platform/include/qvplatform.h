@@ -108,14 +108,18 @@ QVPLATFORM_API void WINAPI SetLastError(DWORD dwErrCode) QV_NOEXCEPT;
 
 /*
  * Allocates a block of dwBytes bytes and returns its handle, NULL (ERROR_NOT_ENOUGH_MEMORY) when
- * there is not enough memory. The caller owns the block and gives it back with GlobalFree.
+ * there is not enough memory. The caller owns the block and gives it back with GlobalFree. The handle
+ * of a movable block is no address: GlobalLock gives that, for an empty block too. The handle of a
+ * fixed block is its address.
  */
 QVPLATFORM_API HGLOBAL WINAPI GlobalAlloc(UINT uFlags, SIZE_T dwBytes) QV_NOEXCEPT;
 
 /*
  * Changes the size of a block; with GMEM_ZEROINIT what is added is filled with zeros. The handle
- * stays the same, the address may change while the block is not locked. NULL on failure, and then
- * the block is as it was. Blocks keep spare capacity, so that growing step by step is cheap.
+ * stays the same, the address may change while the block is not locked. A locked or fixed block that
+ * cannot grow where it is fails with ERROR_NOT_ENOUGH_MEMORY unless uFlags has GMEM_MOVEABLE; the
+ * new address of a fixed block is its new handle. NULL on failure, and then the block is as it was.
+ * Blocks keep spare capacity, so that growing step by step is cheap.
  */
 QVPLATFORM_API HGLOBAL WINAPI GlobalReAlloc(HGLOBAL hMem, SIZE_T dwBytes, UINT uFlags) QV_NOEXCEPT;
 

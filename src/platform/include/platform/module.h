@@ -13,6 +13,13 @@ struct ModuleExport {
   FARPROC address;
 };
 
+// The address of a function as an export table holds it.
+template <typename Function>
+FARPROC ExportAddress(Function* function) noexcept {
+  // By way of the one function type that compilers let every other be cast to and from.
+  return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(function));
+}
+
 // One text of a module's message table, keyed by the full 32-bit code. Ends in CR LF.
 struct ModuleMessage {
   DWORD id;

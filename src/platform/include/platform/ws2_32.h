@@ -29,16 +29,16 @@ inline constexpr int kProtocolUdp = 17;
 inline constexpr int kLevelSocket = 0xFFFF;
 inline constexpr int kLevelTcp = 6;
 inline constexpr int kLevelIpv6 = 41;
-inline constexpr int kOptionAcceptConn = 0x0002;      // BOOL as int
-inline constexpr int kOptionKeepAlive = 0x0008;       // BOOL as int
-inline constexpr int kOptionSendBuffer = 0x1001;      // bytes
-inline constexpr int kOptionReceiveBuffer = 0x1002;   // bytes
-inline constexpr int kOptionSendTimeout = 0x1005;     // DWORD milliseconds, 0 = none
-inline constexpr int kOptionReceiveTimeout = 0x1006;  // DWORD milliseconds, 0 = none
-inline constexpr int kOptionError = 0x1007;           // int, a socket error number; read clears
-inline constexpr int kOptionType = 0x1008;            // int
-inline constexpr int kOptionTcpNoDelay = 0x0001;      // at kLevelTcp
-inline constexpr int kOptionIpv6ProtectionLevel = 23; // at kLevelIpv6
+inline constexpr int kOptionAcceptConn = 0x0002;       // BOOL as int
+inline constexpr int kOptionKeepAlive = 0x0008;        // BOOL as int
+inline constexpr int kOptionSendBuffer = 0x1001;       // bytes
+inline constexpr int kOptionReceiveBuffer = 0x1002;    // bytes
+inline constexpr int kOptionSendTimeout = 0x1005;      // DWORD milliseconds, 0 = none
+inline constexpr int kOptionReceiveTimeout = 0x1006;   // DWORD milliseconds, 0 = none
+inline constexpr int kOptionError = 0x1007;            // int, a socket error number; read clears
+inline constexpr int kOptionType = 0x1008;             // int
+inline constexpr int kOptionTcpNoDelay = 0x0001;       // at kLevelTcp
+inline constexpr int kOptionIpv6ProtectionLevel = 23;  // at kLevelIpv6
 inline constexpr int kProtectionLevelUnrestricted = 10;
 
 // ioctlsocket commands.
@@ -170,54 +170,55 @@ struct AddrInfo {
 // WSAPROTOCOL_INFOA: 372 bytes; only the fields that callers read have names.
 struct ProtocolInfo {
   BYTE leading[76];
-  int version;         // iVersion, offset 76
-  int family;          // iAddressFamily
-  int max_address;     // iMaxSockAddr
-  int min_address;     // iMinSockAddr
-  int type;            // iSocketType
-  int protocol;        // iProtocol
-  BYTE trailing[16];   // iProtocolMaxOffset … dwMessageSize, dwProviderReserved: offset 100
+  int version;        // iVersion, offset 76
+  int family;         // iAddressFamily
+  int max_address;    // iMaxSockAddr
+  int min_address;    // iMinSockAddr
+  int type;           // iSocketType
+  int protocol;       // iProtocol
+  BYTE trailing[16];  // iProtocolMaxOffset … dwMessageSize, dwProviderReserved: offset 100
   CHAR name[256];
 };
 static_assert(sizeof(ProtocolInfo) == 372);
 
 // Types of the entry points; the comment gives the name to look up.
-using CloseSocketFn = int(WINAPI*)(Socket);                                 // closesocket
-using ConnectFn = int(WINAPI*)(Socket, const SockAddr*, int);               // connect
-using GetHostByNameFn = HostEnt*(WINAPI*)(LPCSTR);                          // gethostbyname
-using GetHostNameFn = int(WINAPI*)(LPSTR, int);                             // gethostname
-using GetServByNameFn = LPVOID(WINAPI*)(LPCSTR, LPCSTR);                    // getservbyname
-using GetSockOptFn = int(WINAPI*)(Socket, int, int, LPSTR, int*);           // getsockopt
-using HtonlFn = ULONG(WINAPI*)(ULONG);                                      // htonl
-using HtonsFn = WORD(WINAPI*)(WORD);                                        // htons
-using InetNtoaFn = LPSTR(WINAPI*)(DWORD);                                   // inet_ntoa
-using IoctlSocketFn = int(WINAPI*)(Socket, LONG, ULONG*);                   // ioctlsocket
-using RecvFn = int(WINAPI*)(Socket, LPSTR, int, int);                       // recv
-using SelectFn = int(WINAPI*)(int, FdSet*, FdSet*, FdSet*, const TimeVal*); // select
-using SendFn = int(WINAPI*)(Socket, LPCSTR, int, int);                      // send
-using SetSockOptFn = int(WINAPI*)(Socket, int, int, LPCSTR, int);           // setsockopt
-using ShutdownFn = int(WINAPI*)(Socket, int);                               // shutdown
-using SocketFn = Socket(WINAPI*)(int, int, int);                            // socket
-using AsyncSelectFn = int(WINAPI*)(Socket, HWND, UINT, LONG);               // WSAAsyncSelect
-using CleanupFn = int(WINAPI*)(void);                                       // WSACleanup
-using EnumProtocolsFn = int(WINAPI*)(int*, LPVOID, LPDWORD);                // WSAEnumProtocolsA
-using WsaGetLastErrorFn = int(WINAPI*)(void);                               // WSAGetLastError
-using WsaSetLastErrorFn = void(WINAPI*)(int);                               // WSASetLastError
-using StartupFn = int(WINAPI*)(WORD, WsaData*);                             // WSAStartup
-using FreeAddrInfoFn = void(WINAPI*)(AddrInfo*);                            // freeaddrinfo
+using CloseSocketFn = int(WINAPI*)(Socket);                                  // closesocket
+using ConnectFn = int(WINAPI*)(Socket, const SockAddr*, int);                // connect
+using GetHostByNameFn = HostEnt*(WINAPI*)(LPCSTR);                           // gethostbyname
+using GetHostNameFn = int(WINAPI*)(LPSTR, int);                              // gethostname
+using GetServByNameFn = LPVOID(WINAPI*)(LPCSTR, LPCSTR);                     // getservbyname
+using GetSockOptFn = int(WINAPI*)(Socket, int, int, LPSTR, int*);            // getsockopt
+using HtonlFn = ULONG(WINAPI*)(ULONG);                                       // htonl
+using HtonsFn = WORD(WINAPI*)(WORD);                                         // htons
+using InetNtoaFn = LPSTR(WINAPI*)(DWORD);                                    // inet_ntoa
+using IoctlSocketFn = int(WINAPI*)(Socket, LONG, ULONG*);                    // ioctlsocket
+using RecvFn = int(WINAPI*)(Socket, LPSTR, int, int);                        // recv
+using SelectFn = int(WINAPI*)(int, FdSet*, FdSet*, FdSet*, const TimeVal*);  // select
+using SendFn = int(WINAPI*)(Socket, LPCSTR, int, int);                       // send
+using SetSockOptFn = int(WINAPI*)(Socket, int, int, LPCSTR, int);            // setsockopt
+using ShutdownFn = int(WINAPI*)(Socket, int);                                // shutdown
+using SocketFn = Socket(WINAPI*)(int, int, int);                             // socket
+using AsyncSelectFn = int(WINAPI*)(Socket, HWND, UINT, LONG);                // WSAAsyncSelect
+using CleanupFn = int(WINAPI*)(void);                                        // WSACleanup
+using EnumProtocolsFn = int(WINAPI*)(int*, LPVOID, LPDWORD);                 // WSAEnumProtocolsA
+using WsaGetLastErrorFn = int(WINAPI*)(void);                                // WSAGetLastError
+using WsaSetLastErrorFn = void(WINAPI*)(int);                                // WSASetLastError
+using StartupFn = int(WINAPI*)(WORD, WsaData*);                              // WSAStartup
+using FreeAddrInfoFn = void(WINAPI*)(AddrInfo*);                             // freeaddrinfo
 using GetAddrInfoFn = int(WINAPI*)(LPCSTR, LPCSTR, const AddrInfo*, AddrInfo**);  // getaddrinfo
 using GetNameInfoFn = int(WINAPI*)(const SockAddr*, int, LPSTR, DWORD, LPSTR, DWORD,
-                                   int);                                    // getnameinfo
-using InetNtopFn = LPCSTR(WINAPI*)(int, LPCVOID, LPSTR, SIZE_T);            // inet_ntop
-using InetPtonFn = int(WINAPI*)(int, LPCSTR, LPVOID);                       // inet_pton
+                                   int);                          // getnameinfo
+using InetNtopFn = LPCSTR(WINAPI*)(int, LPCVOID, LPSTR, SIZE_T);  // inet_ntop
+using InetPtonFn = int(WINAPI*)(int, LPCSTR, LPVOID);             // inet_pton
 
 }  // namespace ws2
 
 // normaliz.dll: flags, source, source length in characters (-1 = terminated), target, capacity;
 // the length written (with the terminator when the source length is -1), 0 on failure.
 namespace normaliz {
-using IdnToAsciiFn = int(WINAPI*)(DWORD, LPCWSTR, int, LPWSTR, int);            // IdnToAscii
-using IdnToNameprepUnicodeFn = int(WINAPI*)(DWORD, LPCWSTR, int, LPWSTR, int);  // IdnToNameprepUnicode
+using IdnToAsciiFn = int(WINAPI*)(DWORD, LPCWSTR, int, LPWSTR, int);  // IdnToAscii
+using IdnToNameprepUnicodeFn = int(WINAPI*)(DWORD, LPCWSTR, int, LPWSTR,
+                                            int);  // IdnToNameprepUnicode
 }  // namespace normaliz
 
 #endif  // PLATFORM_WS2_32_H_

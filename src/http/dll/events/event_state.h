@@ -1,0 +1,40 @@
+// The events of a session and what the application registered for them.
+#ifndef QV_EVENTS_EVENT_STATE_H_
+#define QV_EVENTS_EVENT_STATE_H_
+
+#include <array>
+
+#include "qvhttp12.h"
+
+namespace qv {
+
+// Event bits; the position of the bit is the event's callback slot.
+enum class Event : DWORD {
+  kConnect = 0x1,
+  kDisconnect = 0x2,
+  kRead = 0x4,
+  kWrite = 0x8,
+  kTimeout = 0x10,
+  kCancel = 0x20,
+  kCommand = 0x40,
+  kProgress = 0x80,
+  kRedirect = 0x100,
+  kFileOpen = 0x400,
+  kUpload = 0x800,
+};
+
+inline constexpr int kEventSlots = 12;
+
+struct EventCallback {
+  HTTPEVENTPROC procedure = nullptr;
+  DWORD_PTR parameter = 0;
+};
+
+struct EventState {
+  DWORD mask = 0;  // events that are delivered
+  std::array<EventCallback, kEventSlots> callbacks{};
+};
+
+}  // namespace qv
+
+#endif  // QV_EVENTS_EVENT_STATE_H_

@@ -1,0 +1,116 @@
+#include "protocol/body_reader.h"
+
+#include <algorithm>
+
+#include "frame/session.h"
+#include "protocol/chunked.h"
+#include "protocol/session_io.h"
+
+namespace qv {
+namespace {
+
+// A read that takes the end of the connection for the end of the body.
+Result<std::size_t> ReadUntilClose(Session& session, char* buffer, std::size_t size) {
+  Result<std::size_t> count = ReadSome(session, buffer, size);
+  if (!count && count.error() == Error(QV_ERROR_CONNECTION_CLOSED)) return std::size_t{0};
+  return count;
+}
+
+Result<std::size_t> ReadLength(Session& session, char* buffer, std::size_t size) {
+  BodyFraming& framing = session.response.framing;
+  const std::size_t wanted = static_cast<std::size_t>(std::min<uint64_t>(size, framing.remaining));
+  Result<std::size_t> count = ReadUntilClose(session, buffer, wanted);
+  if (!count) return count;
+  framing.remaining -= *count;
+  framing.complete = framing.remaining == 0;
+  return count;
+}
+
+// Reads one piece of the current chunk, after its size line if that is still to come; 0 at the end.
+Result<std::size_t> ReadChunkPiece(Session& session, char* buffer, std::size_t size) {
+  BodyFraming& framing = session.response.framing;
+  if (framing.remaining == 0) {
+    Result<uint32_t> chunk = ReadChunkSize(session);
+    if (!chunk) return chunk.error();
+    framing.remaining = *chunk;
+    if (*chunk == 0) {
+      framing.complete = true;
+      return std::size_t{0};
+    }
+  }
+  const std::size_t wanted = static_cast<std::size_t>(std::min<uint64_t>(size, framing.remaining));
+  Result<std::size_t> count = ReadUntilClose(session, buffer, wanted);
+  if (count) framing.remaining -= *count;
+  return count;
+}
+
+// Small chunks that are already in the receive buffer are gathered into one read.
+Result<std::size_t> ReadChunks(Session& session, char* buffer, std::size_t size) {
+  std::size_t total = 0;
+  do {
+    Result<std::size_t> count = ReadChunkPiece(session, buffer + total, size - total);
+    if (!count) {
+      if (total > 0 && session.Alive()) break;  // the next read meets the error again
+      return count;
+    }
+    if (*count == 0) break;
+    total += *count;
+  } while (total < size && !session.connection.input.empty());
+  return total;
+}
+
+// The counters describe the body from its first read on.
+void StartCounting(Session& session) {
+  if (session.response.framing.started) return;
+  session.response.framing.started = true;
+  session.transfer.copied = 0;
+}
+
+}  // namespace
+
+Result<std::size_t> ReadFramedBody(Session& session, char* buffer, std::size_t size) {
+  StartCounting(session);
+  const BodyFraming& framing = session.response.framing;
+  if (framing.complete) return std::size_t{0};
+  Result<std::size_t> count = std::size_t{0};
+  switch (framing.kind) {
+    case BodyFraming::Kind::kNone:
+      break;
+    case BodyFraming::Kind::kLength:
+      count = ReadLength(session, buffer, size);
+      break;
+    case BodyFraming::Kind::kChunked:
+      count = ReadChunks(session, buffer, size);
+      break;
+    case BodyFraming::Kind::kUntilClose:
+      count = ReadUntilClose(session, buffer, size);
+      break;
+  }
+  if (Error error = session.CheckAlive()) return error;
+  if (count) session.transfer.copied += *count;
+  return count;
+}
+
+Result<std::size_t> ReadRawBody(Session& session, char* buffer, std::size_t size) {
+  StartCounting(session);
+  BodyFraming& framing = session.response.framing;
+  if (framing.kind == BodyFraming::Kind::kLength) {
+    if (framing.complete) return std::size_t{0};
+    size = static_cast<std::size_t>(std::min<uint64_t>(size, framing.remaining));
+  } else if (framing.kind == BodyFraming::Kind::kNone) {
+    return std::size_t{0};
+  } else if (framing.complete) {
+    return std::size_t{0};
+  }
+  Result<std::size_t> count = ReadSome(session, buffer, size);
+  if (Error error = session.CheckAlive()) return error;
+  if (!count) return count;
+  session.transfer.copied += *count;
+  if (framing.kind == BodyFraming::Kind::kLength) {
+    framing.remaining -= *count;
+    framing.complete = framing.remaining == 0;
+  }
+  return count;
+}
+
+}  // namespace qv

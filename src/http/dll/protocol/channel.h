@@ -1,0 +1,29 @@
+// The byte stream to the peer. The engine above does not know whether it is plain or secure.
+#ifndef QV_PROTOCOL_CHANNEL_H_
+#define QV_PROTOCOL_CHANNEL_H_
+
+#include "frame/error.h"
+
+namespace qv {
+
+struct Session;
+
+// A channel waits no longer than the session's time-out, honours HttpCancel and raises the events
+// of both; it does not touch the transfer counters or the receive buffer.
+class Channel {
+ public:
+  virtual ~Channel() = default;
+
+  // Receives at least one byte into a buffer of `size` bytes; the count, or 0 at the peer's end.
+  virtual Result<INT> Receive(Session& session, void* buffer, INT size) = 0;
+
+  // Sends at least one byte; the count, which may be less than `size`.
+  virtual Result<INT> Send(Session& session, const void* data, INT size) = 0;
+
+  // Bytes that a receive would deliver without asking the socket.
+  virtual DWORD Pending() const = 0;
+};
+
+}  // namespace qv
+
+#endif  // QV_PROTOCOL_CHANNEL_H_

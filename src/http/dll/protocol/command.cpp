@@ -1,0 +1,100 @@
+#include "protocol/command.h"
+
+#include <optional>
+#include <string>
+
+#include "frame/session.h"
+#include "frame/text.h"
+#include "protocol/parameters.h"
+#include "protocol/request_writer.h"
+#include "protocol/response_reader.h"
+#include "protocol/session_io.h"
+#include "url/url_parser.h"
+
+namespace qv {
+namespace {
+
+constexpr INT kResultOk = 200;
+
+// Whether the connection may still hold something of an earlier exchange, or is at its end.
+bool IsSpent(Session& session) {
+  const Connection& connection = session.connection;
+  const ResponseState& response = session.response;
+  if (connection.peer_closed || connection.channel == nullptr) return true;
+  if (!connection.used) return false;
+  return response.pending || !response.reusable || !response.framing.complete ||
+         HasUnaskedInput(session);
+}
+
+// Connects again where the connection cannot carry another request.
+Error RenewConnection(Session& session) {
+  const bool closing = session.request.keep_alive_sent && session.response.close_seen;
+  if (closing || session.response.server_error) return session.engine->Reconnect(session);
+  if (!IsSpent(session)) return kNoError;
+  session.connection.peer_closed = true;
+  if (!session.Has(HTTP_OPTION_KEEPALIVE)) return QV_ERROR_CONNECTION_CLOSED;
+  return session.engine->Reconnect(session);
+}
+
+// An absolute URL of the server that the session is connected to becomes a path.
+std::string ResourceOf(const Session& session, std::string_view resource) {
+  const Connection& connection = session.connection;
+  if (connection.proxy_type != kProxyNone || CheckUrl(resource) == 0) return std::string(resource);
+  const std::optional<Url> url = ParseUrl(resource, HTTP_URLOPT_NORMALIZE);
+  if (!url || !EqualsNoCase(url->host, connection.host) || url->port != connection.port) {
+    return std::string(resource);
+  }
+  std::string path = url->resource.empty() ? "/" : url->resource;
+  return url->query ? path + "?" + *url->query : path;
+}
+
+Result<INT> WriteAndRead(Session& session, const CommandArguments& arguments) {
+  RequestState& request = session.request;
+  if (Error error = WriteRequest(session, arguments)) return error;
+  if (request.method == Method::kPut && request.parameters.empty() && session.response.pending) {
+    request.keep_alive_sent = false;
+    request.streaming = true;
+    request.declared = arguments.declared_length;
+    request.written = 0;
+    session.response.result_code = kResultOk;
+  } else if (Error error = ReadResponseHeader(session)) {
+    return error;
+  }
+  if (request.method != Method::kHead) request.open = true;
+  return session.response.result_code;
+}
+
+Result<INT> Start(Session& session, const CommandArguments& arguments, bool resend) {
+  if (session.request.open) return Error(QV_ERROR_REQUEST_NOT_COMPLETED);
+  if (Error error = RenewConnection(session)) return error;
+  RequestState& request = session.request;
+  request.method_name = ToUpperCopy(arguments.method);
+  request.method = MethodOf(request.method_name);
+  request.streaming = false;
+  session.response.Reset();
+  session.transfer.Reset();
+  Result<std::string> parameters =
+      resend ? std::string(arguments.parameters) : EncodeParameters(session, arguments.parameters);
+  if (!parameters) return parameters.error();
+  request.parameters = *std::move(parameters);
+  const std::string resource = ResourceOf(session, arguments.resource);
+  CommandArguments written = arguments;
+  written.resource = resource;
+  return WriteAndRead(session, written);
+}
+
+}  // namespace
+
+Result<INT> SendCommand(Session& session, const CommandArguments& arguments) {
+  if (!IsMethodName(arguments.method)) return Error(QV_ERROR_INVALID_COMMAND);
+  if (arguments.resource.empty()) return Error(QV_ERROR_INVALID_RESOURCE);
+  session.response.redirected = false;
+  session.response.redirect_count = 0;
+  return Start(session, arguments, false);
+}
+
+Result<INT> ResendCommand(Session& session, const CommandArguments& arguments) {
+  return Start(session, arguments, true);
+}
+
+}  // namespace qv

@@ -1,0 +1,26 @@
+// Opening sessions.
+#ifndef QV_PROTOCOL_CONNECT_H_
+#define QV_PROTOCOL_CONNECT_H_
+
+#include "frame/error.h"
+#include "qvhttp12.h"
+
+namespace qv {
+
+struct ConnectArguments {
+  LPCSTR host = nullptr;  // name, address or URL
+  UINT port = 0;
+  UINT timeout = 0;  // seconds
+  DWORD options = 0;
+  DWORD version = 0;
+};
+
+// The contract of HttpConnect.
+Result<HCLIENT> ConnectSession(ConnectArguments arguments);
+
+// The contract of HttpConnectUrl.
+Result<HCLIENT> ConnectUrl(LPCSTR url, UINT timeout, DWORD options);
+
+}  // namespace qv
+
+#endif  // QV_PROTOCOL_CONNECT_H_

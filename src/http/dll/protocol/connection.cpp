@@ -1,0 +1,16 @@
+#include "protocol/connection.h"
+
+#include "transport/socket.h"
+
+namespace qv {
+
+void Connection::CloseSocket() {
+  input.Clear();
+  channel.reset();
+  connected = false;
+  if (socket == ws2::kInvalidSocket) return;
+  qv::CloseSocket(socket);
+  socket = ws2::kInvalidSocket;
+}
+
+}  // namespace qv

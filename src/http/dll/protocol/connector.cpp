@@ -1,0 +1,97 @@
+#include "protocol/connector.h"
+
+#include "frame/session.h"
+#include "protocol/plain_channel.h"
+#include "protocol/socket_wait.h"
+#include "transport/address.h"
+#include "transport/socket_binding.h"
+
+namespace qv {
+namespace {
+
+constexpr LONG kMicrosecondsPerMillisecond = 1000;
+
+// Waits until the connect has succeeded or failed.
+Error AwaitConnect(Session& session, ReadyFor watch) {
+  const INT timeout = session.settings.timeout;
+  const WaitLimit limit(timeout != 0 ? timeout : HTTP_TIMEOUT);
+  session.operation.blocking = true;
+  while (true) {
+    const ws2::TimeVal slice{0, static_cast<LONG>(limit.NextSlice()) * kMicrosecondsPerMillisecond};
+    const ReadyResult ready = WaitSocket(session.connection.socket, watch, &slice);
+    if (ready.count < 0) return SocketError();
+    if (ready.exception) {
+      const int number = PendingError(session.connection.socket);
+      return ErrorFromPlatform(static_cast<DWORD>(number > 0 ? number : ws2::kErrorRefused));
+    }
+    if (Error error = session.CheckAlive()) return error;
+    if (ready.count > 0) break;
+    if (session.operation.cancel) return QV_ERROR_OPERATION_CANCELED;
+    if (limit.Passed()) return QV_ERROR_OPERATION_TIMEOUT;
+  }
+  session.operation.blocking = false;
+  return kNoError;
+}
+
+// A connected socket blocks for one slice at a time, and small writes leave at once.
+void ConfigureConnected(ws2::Socket socket) {
+  SetBlocking(socket, true);
+  SetReceiveTimeout(socket, kWaitSliceMs);
+  SetSendTimeout(socket, kWaitSliceMs);
+  SetNoDelay(socket);
+}
+
+Error Connect(Session& session, const ConnectManner& manner) {
+  Connection& connection = session.connection;
+  const bool direct = connection.proxy_type == kProxyNone;
+  const InternetAddress& address = direct ? connection.remote : connection.proxy;
+  Result<SocketAddress> target =
+      BuildSocketAddress(address, direct ? connection.port : connection.proxy_port);
+  if (!target) return target.error();
+  connection.socket = CreateStreamSocket(address.family, manner.protocol);
+  if (connection.socket == ws2::kInvalidSocket) return SocketError();
+  SetBlocking(connection.socket, false);
+  if (ConnectSocket(connection.socket, *target) != 0) {
+    if (LastSocketError() != ws2::kErrorWouldBlock) return SocketError();
+    if (Error error = AwaitConnect(session, manner.watch)) return error;
+  }
+  ConfigureConnected(connection.socket);
+  return kNoError;
+}
+
+}  // namespace
+
+Error ConnectSocketOf(Session& session, const ConnectManner& manner) {
+  OperationState& operation = session.operation;
+  const INT previous_status = operation.status;
+  operation.status = HTTP_STATUS_CONNECT;
+  Error error = Connect(session, manner);
+  operation.blocking = false;
+  if (error) return error;
+  Connection& connection = session.connection;
+  connection.channel = std::make_unique<PlainChannel>();
+  connection.peer_closed = false;
+  connection.used = false;
+  connection.connected = true;
+  operation.status = previous_status == HTTP_STATUS_UNUSED ? HTTP_STATUS_IDLE : previous_status;
+  return session.Has(HTTP_OPTION_SECURE) ? StartSecurity(session) : kNoError;
+}
+
+Error ReconnectSession(Session& session, const ConnectManner& manner) {
+  if (session.operation.blocking) return QV_ERROR_OPERATION_IN_PROGRESS;
+  session.connection.CloseSocket();
+  Error error = ConnectSocketOf(session, manner);
+  if (error) {
+    SessionTable::Get().Release(session.handle);
+    return error;
+  }
+  session.response.pending = false;
+  session.response.server_error = false;
+  session.response.Reset();
+  session.request.streaming = false;
+  return kNoError;
+}
+
+Error StartSecurity(Session& /*session*/) { return QV_ERROR_FEATURE_NOT_SUPPORTED; }
+
+}  // namespace qv

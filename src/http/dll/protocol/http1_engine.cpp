@@ -1,0 +1,133 @@
+#include "protocol/http1_engine.h"
+
+#include "frame/session.h"
+#include "protocol/body_reader.h"
+#include "protocol/command.h"
+#include "protocol/connector.h"
+#include "protocol/discard.h"
+#include "protocol/response_reader.h"
+#include "protocol/session_io.h"
+#include "transport/socket.h"
+
+namespace qv {
+namespace {
+
+constexpr LONG kMicrosecondsPerMillisecond = 1000;
+constexpr LONG kReadableLookMs = 15;  // how long HttpIsReadable looks without a time-out
+constexpr DWORD kNotReadySleepMs = 1;
+
+// A PUT that the application streamed is over: its response, or, when bytes are missing, the end of
+// the connection, which cannot be used half-way through a body.
+Error FinishStreaming(Session& session) {
+  RequestState& request = session.request;
+  request.streaming = false;
+  if (request.written < request.declared) {
+    session.connection.CloseSocket();
+    session.connection.peer_closed = true;
+    session.response.pending = false;
+    return kNoError;
+  }
+  session.response.pending = true;
+  return ReadResponseHeader(session);
+}
+
+bool WaitReady(Session& session, ReadyFor what, const ws2::TimeVal& timeout) {
+  if (session.connection.socket == ws2::kInvalidSocket) return false;
+  if (WaitSocket(session.connection.socket, what, &timeout).count > 0) return true;
+  Sleep(kNotReadySleepMs);
+  return false;
+}
+
+}  // namespace
+
+Http1Engine& Http1Engine::Get() {
+  static Http1Engine engine;
+  return engine;
+}
+
+Result<INT> Http1Engine::Command(Session& session, const CommandArguments& arguments) {
+  return SendCommand(session, arguments);
+}
+
+Error Http1Engine::ReadResponse(Session& session) {
+  if (session.request.streaming) return kNoError;
+  return ReadResponseHeader(session);
+}
+
+Result<INT> Http1Engine::Read(Session& session, void* buffer, INT size) {
+  if (Error error = CheckOpen(session)) {
+    if (session.connection.input.empty()) return error;
+  }
+  Result<std::size_t> count =
+      ReadRawBody(session, static_cast<char*>(buffer), static_cast<std::size_t>(size));
+  if (!count) return count.error();
+  return static_cast<INT>(*count);
+}
+
+Result<std::size_t> Http1Engine::ReadBody(Session& session, char* buffer, std::size_t size) {
+  return ReadFramedBody(session, buffer, size);
+}
+
+Result<INT> Http1Engine::Write(Session& session, const void* data, INT size) {
+  Result<INT> sent = WriteSome(session, data, size);
+  if (!sent) return sent;
+  if (session.request.streaming) {
+    session.request.written += static_cast<uint64_t>(*sent);
+    session.transfer.copied += static_cast<uint64_t>(*sent);
+  } else if (!session.response.pending) {
+    session.transfer.copied += static_cast<uint64_t>(*sent);
+  }
+  return sent;
+}
+
+Result<bool> Http1Engine::IsReadable(Session& session, INT timeout, DWORD* available) {
+  const Connection& connection = session.connection;
+  if (!connection.input.empty()) {
+    *available = static_cast<DWORD>(connection.input.size());
+    return true;
+  }
+  if (connection.channel != nullptr && connection.channel->Pending() > 0) {
+    *available = connection.channel->Pending();
+    return true;
+  }
+  ws2::TimeVal wait{timeout, 0};
+  if (timeout <= 0) wait = {0, kReadableLookMs * kMicrosecondsPerMillisecond};
+  if (!WaitReady(session, ReadyFor::kRead, wait)) return false;
+  if (connection.connected) BytesReadable(connection.socket, available);
+  return true;
+}
+
+Result<bool> Http1Engine::IsWritable(Session& session, INT timeout) {
+  if (session.operation.blocking) return Error(QV_ERROR_OPERATION_IN_PROGRESS);
+  return WaitReady(session, ReadyFor::kWrite, ws2::TimeVal{timeout > 0 ? timeout : 0, 0});
+}
+
+Error Http1Engine::CloseRequest(Session& session) {
+  if (session.operation.blocking) return QV_ERROR_OPERATION_IN_PROGRESS;
+  const bool has_response = session.request.open && !session.request.streaming;
+  Error error;
+  if (session.request.streaming) {
+    error = FinishStreaming(session);
+  } else if (session.response.pending && session.request.method == Method::kPut) {
+    error = ReadResponseHeader(session);
+  }
+  if (Error gone = session.CheckAlive()) return gone;
+  session.request.open = false;
+  if (has_response && session.request.keep_alive_sent) DiscardBody(session);
+  session.operation.status = HTTP_STATUS_IDLE;
+  session.transfer.End();
+  return error;
+}
+
+Error Http1Engine::Reconnect(Session& session) {
+  return ReconnectSession(session, {ReadyFor::kWrite});
+}
+
+Error Http1Engine::Disconnect(Session& session) {
+  if (session.operation.blocking) return QV_ERROR_OPERATION_IN_PROGRESS;
+  session.operation.status = HTTP_STATUS_DISCONNECT;
+  if (session.request.streaming) return FinishStreaming(session);
+  return kNoError;
+}
+
+}  // namespace qv

@@ -1,0 +1,13 @@
+#include "protocol/response_state.h"
+
+namespace qv {
+
+void ResponseState::Reset() {
+  chunked = close_seen = keep_alive_seen = upgrade_seen = false;
+  framing = BodyFraming::None();
+  reusable = true;
+  result_code = 0;
+  result_text.clear();
+}
+
+}  // namespace qv

@@ -1,0 +1,63 @@
+#include "protocol/socket_wait.h"
+
+#include <algorithm>
+
+#include "events/raise_event.h"
+#include "platform/kernel32.h"
+#include "platform/ws2_32.h"
+
+namespace qv {
+namespace {
+
+constexpr DWORD kMillisecondsPerSecond = 1000;
+
+}  // namespace
+
+WaitLimit::WaitLimit(INT timeout) : limited_(timeout != 0), start_tick_(GetTickCount()) {
+  if (timeout == kDrainTimeout) {
+    limit_ms_ = kDrainTimeoutMs;
+  } else if (timeout > 0) {
+    limit_ms_ = static_cast<DWORD>(timeout) * kMillisecondsPerSecond;
+  }
+}
+
+bool WaitLimit::Passed() const { return limited_ && GetTickCount() - start_tick_ >= limit_ms_; }
+
+DWORD WaitLimit::NextSlice() const {
+  if (!limited_) return kWaitSliceMs;
+  const DWORD elapsed = GetTickCount() - start_tick_;
+  return elapsed >= limit_ms_ ? 0 : std::min(kWaitSliceMs, limit_ms_ - elapsed);
+}
+
+BlockingScope::BlockingScope(OperationState& operation, INT status)
+    : operation_(operation), status_(status) {
+  operation_.blocking = true;
+  INT idle = HTTP_STATUS_IDLE;
+  operation_.status.compare_exchange_strong(idle, status_);
+}
+
+BlockingScope::~BlockingScope() {
+  operation_.blocking = false;
+  operation_.status.compare_exchange_strong(status_, HTTP_STATUS_IDLE);
+}
+
+Error CheckWait(Session& session, const WaitLimit& limit) {
+  if (Error error = session.CheckAlive()) return error;
+  if (session.operation.cancel) {
+    session.operation.blocking = false;
+    RaiseEvent(session, Event::kCancel, QV_ERROR_OPERATION_CANCELED);
+    return QV_ERROR_OPERATION_CANCELED;
+  }
+  if (limit.Passed()) {
+    session.operation.blocking = false;
+    RaiseEvent(session, Event::kTimeout, QV_ERROR_OPERATION_TIMEOUT);
+    return QV_ERROR_OPERATION_TIMEOUT;
+  }
+  return kNoError;
+}
+
+bool SliceRanOut(int socket_error) {
+  return socket_error == ws2::kErrorTimedOut || socket_error == ws2::kErrorWouldBlock;
+}
+
+}  // namespace qv

@@ -1,0 +1,74 @@
+// Waiting on a session's socket: time-out, cancellation and status in one place.
+//
+// Sockets are blocking, with receive and send time-outs of one slice. A receive is therefore wait
+// and transfer in one system call when data is there within a slice, and otherwise comes back after
+// each slice to look at the cancel request and the session's time-out.
+#ifndef QV_PROTOCOL_SOCKET_WAIT_H_
+#define QV_PROTOCOL_SOCKET_WAIT_H_
+
+#include "frame/error.h"
+#include "frame/session.h"
+#include "transport/socket_binding.h"
+
+namespace qv {
+
+// How long a wait lasts before it looks around.
+inline constexpr DWORD kWaitSliceMs = 100;
+
+// The time-out value that stands for a short look for more input, and its length.
+inline constexpr INT kDrainTimeout = static_cast<INT>(0xFF000000);
+inline constexpr DWORD kDrainTimeoutMs = 250;
+
+// The time limit of one wait.
+class WaitLimit {
+ public:
+  // `timeout` in seconds: 0 = no limit, kDrainTimeout = 250 ms.
+  explicit WaitLimit(INT timeout);
+
+  bool Passed() const;
+  // Milliseconds of the next slice, at most kWaitSliceMs.
+  DWORD NextSlice() const;
+
+ private:
+  bool limited_;
+  DWORD start_tick_;
+  DWORD limit_ms_ = 0;
+};
+
+// Sets the blocking flag, and the status if the session is idle, for the time of a wait.
+class BlockingScope {
+ public:
+  BlockingScope(OperationState& operation, INT status);
+  ~BlockingScope();
+  BlockingScope(const BlockingScope&) = delete;
+  BlockingScope& operator=(const BlockingScope&) = delete;
+
+ private:
+  OperationState& operation_;
+  INT status_;
+};
+
+// What ends a wait that has nothing to show yet: the session was closed, cancelled (with the
+// event), or its limit has passed (with the event). kNoError: go on waiting.
+Error CheckWait(Session& session, const WaitLimit& limit);
+
+// Whether a socket call failed only because its slice ran out.
+bool SliceRanOut(int socket_error);
+
+// Repeats `move` (a receive or send of one slice) until it moved bytes or the wait has to end.
+template <class Move>
+Result<INT> RetryUntilMoved(Session& session, INT status, Move&& move) {
+  const WaitLimit limit(session.settings.timeout);
+  BlockingScope blocking(session.operation, status);
+  while (true) {
+    const int moved = move();
+    if (moved >= 0) return moved;
+    const int number = LastSocketError();
+    if (!SliceRanOut(number)) return ErrorFromPlatform(static_cast<DWORD>(number));
+    if (Error error = CheckWait(session, limit)) return error;
+  }
+}
+
+}  // namespace qv
+
+#endif  // QV_PROTOCOL_SOCKET_WAIT_H_

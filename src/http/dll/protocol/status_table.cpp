@@ -1,0 +1,86 @@
+#include "protocol/status_table.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace qv {
+namespace {
+
+constexpr INT kFirstErrorStatus = 400;
+
+struct StatusError {
+  INT status;
+  DWORD error;
+};
+
+constexpr StatusError kStatusErrors[] = {
+    {100, 0},
+    {101, 0},
+    {102, 0},
+    {103, 0},
+    {200, 0},
+    {201, 0},
+    {202, 0},
+    {203, 0},
+    {204, 0},
+    {205, 0},
+    {206, 0},
+    {208, 0},
+    {226, 0},
+    {300, 0},
+    {301, QV_ERROR_RESOURCE_REDIRECTED},
+    {302, QV_ERROR_RESOURCE_REDIRECTED},
+    {303, QV_ERROR_RESOURCE_REDIRECTED},
+    {307, QV_ERROR_RESOURCE_REDIRECTED},
+    {308, QV_ERROR_RESOURCE_REDIRECTED},
+    {304, QV_ERROR_RESOURCE_NOT_MODIFIED},
+    {305, QV_ERROR_PROXY_REQUIRED},
+    {400, QV_ERROR_INVALID_COMMAND},
+    {418, QV_ERROR_INVALID_COMMAND},
+    {501, QV_ERROR_INVALID_COMMAND},
+    {401, QV_ERROR_COMMAND_NOT_AUTHORIZED},
+    {405, QV_ERROR_COMMAND_NOT_AUTHORIZED},
+    {511, QV_ERROR_COMMAND_NOT_AUTHORIZED},
+    {402, QV_ERROR_RESOURCE_RESTRICTED},
+    {403, QV_ERROR_ACCESS_DENIED},
+    {451, QV_ERROR_ACCESS_DENIED},
+    {404, QV_ERROR_RESOURCE_NOT_FOUND},
+    {406, QV_ERROR_INVALID_RESOURCE},
+    {414, QV_ERROR_INVALID_RESOURCE},
+    {407, QV_ERROR_PROXY_AUTHENTICATION_REQUIRED},
+    {408, QV_ERROR_OPERATION_TIMEOUT},
+    {504, QV_ERROR_OPERATION_TIMEOUT},
+    {409, QV_ERROR_RESOURCE_CONFLICT},
+    {410, QV_ERROR_RESOURCE_REMOVED},
+    {411, QV_ERROR_CONTENT_LENGTH_REQUIRED},
+    {412, QV_ERROR_REQUEST_PRECONDITION},
+    {428, QV_ERROR_REQUEST_PRECONDITION},
+    {415, QV_ERROR_UNSUPPORTED_MEDIA_TYPE},
+    {416, QV_ERROR_INVALID_CONTENT_RANGE},
+    {417, QV_ERROR_OPERATION_NOT_SUPPORTED},
+    {510, QV_ERROR_OPERATION_NOT_SUPPORTED},
+    {421, QV_ERROR_INVALID_SERVER_RESPONSE},
+    {500, QV_ERROR_INVALID_SERVER_RESPONSE},
+    {502, QV_ERROR_INVALID_SERVER_RESPONSE},
+    {506, QV_ERROR_INVALID_SERVER_RESPONSE},
+    {508, QV_ERROR_INVALID_SERVER_RESPONSE},
+    {422, QV_ERROR_INVALID_API_PAYLOAD},
+    {426, QV_ERROR_PROTOCOL_VERSION_REQUIRED},
+    {429, QV_ERROR_RATE_LIMIT_EXCEEDED},
+    {431, QV_ERROR_INVALID_REQUEST_HEADER},
+    {503, QV_ERROR_SERVICE_UNAVAILABLE},
+    {505, QV_ERROR_INVALID_PROTOCOL_VERSION},
+    {507, QV_ERROR_INSUFFICIENT_STORAGE},
+};
+
+}  // namespace
+
+Error StatusToError(INT status) {
+  const auto* found =
+      std::find_if(std::begin(kStatusErrors), std::end(kStatusErrors),
+                   [&](const StatusError& entry) { return entry.status == status; });
+  if (found != std::end(kStatusErrors)) return Error(found->error);
+  return status >= kFirstErrorStatus ? Error(QV_ERROR_UNEXPECTED_SERVER_RESPONSE) : kNoError;
+}
+
+}  // namespace qv

@@ -1,0 +1,97 @@
+#include "transfer/remote_file.h"
+
+#include <string>
+
+#include "frame/session.h"
+#include "frame/text.h"
+#include "protocol/engine.h"
+#include "protocol/headers.h"
+#include "url/content_type.h"
+#include "url/http_date.h"
+
+namespace qv {
+namespace {
+
+constexpr std::size_t kLongestField = 1023;
+
+// Asks with HEAD; a connection that the server closes after its answer is made anew.
+Result<INT> QueryHead(Session& session, std::string_view name) {
+  OperationScope operation(session.operation);
+  if (session.request.open) return Error(QV_ERROR_REQUEST_NOT_COMPLETED);
+  if (session.connection.peer_closed) {
+    if (Error error = session.engine->Reconnect(session)) return error;
+  }
+  return session.engine->Command(session, {"HEAD", name});
+}
+
+Error RenewAfterHead(Session& session) {
+  if (session.Has(HTTP_OPTION_KEEPALIVE)) return kNoError;
+  const INT result_code = session.response.result_code;
+  if (Error error = session.engine->Reconnect(session)) return error;
+  session.response.result_code = result_code;
+  return kNoError;
+}
+
+Error CheckVersion(const Session& session) {
+  return session.settings.version == HTTP_VERSION_09 ? Error(QV_ERROR_INVALID_PROTOCOL_VERSION)
+                                                     : kNoError;
+}
+
+}  // namespace
+
+Result<INT> QueryFileSize(Session& session, std::string_view name, uint64_t* size) {
+  if (Error error = CheckVersion(session)) return error;
+  if (size == nullptr) return Error(QV_ERROR_INVALID_PARAMETER);
+  *size = 0;
+  Result<INT> result = QueryHead(session, name);
+  if (!result) return result;
+  if (const auto field = ResponseField(session, "Content-Length", kLongestField)) {
+    *size = ParseLeadingDecimal(*field).value_or(0);
+  }
+  if (Error error = RenewAfterHead(session)) return error;
+  return result;
+}
+
+Result<INT> QueryFileTime(Session& session, std::string_view name, SYSTEMTIME* time,
+                          bool localize) {
+  if (Error error = CheckVersion(session)) return error;
+  if (time == nullptr) return Error(QV_ERROR_INVALID_PARAMETER);
+  *time = SYSTEMTIME{};
+  Result<INT> result = QueryHead(session, name);
+  if (!result) return result;
+  if (const auto field = ResponseField(session, "Last-Modified", kLongestField)) {
+    const Result<HttpDate> date = ParseHttpDate(std::string(*field).c_str(), localize);
+    if (date) SecondsToCalendar(date->seconds, time);
+  }
+  if (Error error = RenewAfterHead(session)) return error;
+  return result;
+}
+
+Result<INT> DeleteRemoteFile(Session& session, std::string_view name) {
+  OperationScope operation(session.operation);
+  return session.engine->Command(session, {"DELETE", name});
+}
+
+Result<INT> OpenRemoteFile(Session& session, std::string_view name, uint64_t offset) {
+  OperationScope operation(session.operation);
+  if (Error error = SetRangeOffset(session, offset)) return error;
+  return session.engine->Command(session, {"GET", name});
+}
+
+Result<INT> CreateRemoteFile(Session& session, std::string_view name, uint64_t length,
+                             uint64_t offset) {
+  OperationScope operation(session.operation);
+  if (name.empty()) return Error(QV_ERROR_INVALID_RESOURCE);
+  if (length == 0) return Error(QV_ERROR_INVALID_PARAMETER);
+  if (Error error = SetRangeOffset(session, offset)) return error;
+  if (session.request.headers.Find("Content-Type") == nullptr) {
+    const ContentType type = ContentTypeOfFile(name);
+    if (type.media_type.empty()) return Error(QV_ERROR_INVALID_FILE_TYPE);
+    if (Error error = SetRequestHeader(session, "Content-Type", type.media_type)) return error;
+  }
+  Result<INT> result = session.engine->Command(session, {"PUT", name, {}, length});
+  if (result) session.transfer.content_length = length;
+  return result;
+}
+
+}  // namespace qv

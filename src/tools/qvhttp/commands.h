@@ -1,0 +1,21 @@
+#ifndef TOOLS_QVHTTP_COMMANDS_H_
+#define TOOLS_QVHTTP_COMMANDS_H_
+
+#include "exit_codes.h"
+#include "options.h"
+
+// The commands of qvhttp. They throw Failure; what they return tells the server's answer.
+
+// get, delete and request: sends the request and prints or stores the body of the response.
+ExitCode RunRequest(const Options& options);
+
+// head: prints status and headers.
+ExitCode RunHead(const Options& options);
+
+// url parse: prints the parts of a URL, one a line.
+ExitCode RunParseUrl(const Options& options);
+
+// url normalize: prints the URL in its normalized form.
+ExitCode RunNormalizeUrl(const Options& options);
+
+#endif  // TOOLS_QVHTTP_COMMANDS_H_

@@ -1,0 +1,33 @@
+#include "status.h"
+
+#include <iostream>
+
+namespace {
+
+constexpr int kNoContent = 204;
+constexpr int kNotModified = 304;
+
+bool IsRedirect(int status) {
+  return (status >= 301 && status <= 303) || status == 307 || status == 308;
+}
+
+}  // namespace
+
+bool StatusHasBody(int status) {
+  return status >= 200 && status != kNoContent && status != kNotModified;
+}
+
+bool IsSuccess(int status) { return status >= 200 && status <= 299; }
+
+ExitCode ReportStatus(const Session& session, int status) {
+  if (IsSuccess(status)) return ExitCode::kSuccess;
+  std::cerr << "qvhttp: the server answered: " << status << ' ' << session.ReasonPhrase() << '\n';
+  if (IsRedirect(status)) {
+    const std::string location = session.RedirectUrl();
+    std::cerr << "qvhttp: redirects are not followed: "
+              << (location.empty() ? "no location given" : location) << '\n';
+    return ExitCode::kRedirectStatus;
+  }
+  if (status >= 500) return ExitCode::kServerStatus;
+  return status >= 400 ? ExitCode::kClientStatus : ExitCode::kSuccess;
+}

@@ -1,0 +1,31 @@
+#include "url_parts.h"
+
+#include <string_view>
+
+#include "failure.h"
+
+UrlParts ParseUrl(const std::string& url, DWORD options) {
+  LPHTTPURLCOMPONENTSA parts = nullptr;
+  const bool parsed = HttpParseUrlA(url.c_str(), options, &parts) != FALSE;
+  UrlParts owned(parts);
+  if (!parsed || *parts->lpszHostName == '\0') {
+    throw Failure(ExitCode::kUsage, url + ": not a URL; write http://host[:port]/path");
+  }
+  return owned;
+}
+
+UrlParts ParseRequestUrl(const std::string& url) {
+  std::string wanted = url.substr(0, url.find('#'));
+  constexpr std::string_view kAuthorityMark = "://";
+  const auto mark = wanted.find(kAuthorityMark);
+  const auto authority = mark == std::string::npos ? 0 : mark + kAuthorityMark.size();
+  const auto end = wanted.find_first_of("/?", authority);
+  if (end != std::string::npos && wanted[end] == '?') wanted.insert(end, 1, '/');
+  return ParseUrl(wanted, 0);
+}
+
+std::string RequestTarget(const HTTPURLCOMPONENTSA& parts) {
+  std::string target = parts.lpszResource;
+  if (parts.lpszQuery != nullptr) target.append("?").append(parts.lpszQuery);
+  return target;
+}
