@@ -1,0 +1,191 @@
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+#include "ws2_32/errors.h"
+#include "ws2_32/functions.h"
+#include "ws2_32/socket_state.h"
+
+namespace platform::ws2_32 {
+namespace {
+
+constexpr DWORD kMillisecondsPerSecond = 1000;
+constexpr DWORD kMicrosecondsPerMillisecond = 1000;
+
+// The largest size to which the system grows a buffer by itself.
+int LargestAutomaticSize(const char* setting) {
+  std::ifstream file(setting);
+  int smallest = 0;
+  int usual = 0;
+  int largest = 0;
+  file >> smallest >> usual >> largest;
+  return file ? largest : 0;
+}
+
+int LargestAutomaticReceive() {
+  static const int size = LargestAutomaticSize("/proc/sys/net/ipv4/tcp_rmem");
+  return size;
+}
+
+int LargestAutomaticSend() {
+  static const int size = LargestAutomaticSize("/proc/sys/net/ipv4/tcp_wmem");
+  return size;
+}
+
+struct IntOption {
+  int level;
+  int option;
+  int native_level;
+  int native_option;
+};
+
+constexpr IntOption kIntOptions[] = {
+    {::ws2::kLevelSocket, ::ws2::kOptionAcceptConn, SOL_SOCKET, SO_ACCEPTCONN},
+    {::ws2::kLevelSocket, ::ws2::kOptionKeepAlive, SOL_SOCKET, SO_KEEPALIVE},
+    {::ws2::kLevelSocket, ::ws2::kOptionSendBuffer, SOL_SOCKET, SO_SNDBUF},
+    {::ws2::kLevelSocket, ::ws2::kOptionReceiveBuffer, SOL_SOCKET, SO_RCVBUF},
+    {::ws2::kLevelSocket, ::ws2::kOptionType, SOL_SOCKET, SO_TYPE},
+    {::ws2::kLevelTcp, ::ws2::kOptionTcpNoDelay, IPPROTO_TCP, TCP_NODELAY},
+};
+
+const IntOption* FindIntOption(int level, int option) {
+  const auto* found = std::find_if(
+      std::begin(kIntOptions), std::end(kIntOptions),
+      [&](const IntOption& entry) { return entry.level == level && entry.option == option; });
+  return found != std::end(kIntOptions) ? found : nullptr;
+}
+
+bool IsTimeLimit(int level, int option) {
+  return level == ::ws2::kLevelSocket &&
+         (option == ::ws2::kOptionSendTimeout || option == ::ws2::kOptionReceiveTimeout);
+}
+
+int NativeTimeLimit(int option) {
+  return option == ::ws2::kOptionSendTimeout ? SO_SNDTIMEO : SO_RCVTIMEO;
+}
+
+int SetTimeLimit(Socket socket, int option, DWORD milliseconds) {
+  timeval limit{};
+  limit.tv_sec = milliseconds / kMillisecondsPerSecond;
+  limit.tv_usec = milliseconds % kMillisecondsPerSecond * kMicrosecondsPerMillisecond;
+  const int result = setsockopt(static_cast<int>(socket), SOL_SOCKET, NativeTimeLimit(option),
+                                &limit, sizeof(limit));
+  return result == 0 ? 0 : FailWithErrno();
+}
+
+int GetTimeLimit(Socket socket, int option, DWORD* milliseconds) {
+  timeval limit{};
+  socklen_t length = sizeof(limit);
+  if (getsockopt(static_cast<int>(socket), SOL_SOCKET, NativeTimeLimit(option), &limit, &length)) {
+    return FailWithErrno();
+  }
+  *milliseconds = static_cast<DWORD>(limit.tv_sec) * kMillisecondsPerSecond +
+                  static_cast<DWORD>(limit.tv_usec) / kMicrosecondsPerMillisecond;
+  return 0;
+}
+
+// A fixed size would switch the system's own growing off; it is only set where the system would not
+// grow that far.
+bool LeaveToSystem(Socket socket, const IntOption& option, int value) {
+  if (option.native_option == SO_RCVBUF && option.native_level == SOL_SOCKET) {
+    StateOf(socket).receive_buffer = value;
+    return value <= LargestAutomaticReceive();
+  }
+  if (option.native_option == SO_SNDBUF && option.native_level == SOL_SOCKET) {
+    StateOf(socket).send_buffer = value;
+    return value <= LargestAutomaticSend();
+  }
+  return false;
+}
+
+int AtLeastAsked(Socket socket, const IntOption& option, int value) {
+  if (option.native_level != SOL_SOCKET) return value;
+  if (option.native_option == SO_RCVBUF)
+    return std::max(value, StateOf(socket).receive_buffer.load());
+  if (option.native_option == SO_SNDBUF) return std::max(value, StateOf(socket).send_buffer.load());
+  return value;
+}
+
+// Reading clears it, as on the system.
+int TakeError(Socket socket) {
+  if (const int remembered = StateOf(socket).error.exchange(0); remembered != 0) return remembered;
+  int error = 0;
+  socklen_t length = sizeof(error);
+  if (getsockopt(static_cast<int>(socket), SOL_SOCKET, SO_ERROR, &error, &length) != 0) {
+    return FailWithErrno();
+  }
+  return error == 0 ? 0 : SocketErrorOf(error);
+}
+
+}  // namespace
+
+int GetSocketOption(Socket socket, int level, int option, LPSTR value, int* length) noexcept {
+  int number = 0;
+  if (value == nullptr || length == nullptr || *length < static_cast<int>(sizeof(number))) {
+    return FailWith(::ws2::kErrorFault);
+  }
+  if (level == ::ws2::kLevelSocket && option == ::ws2::kOptionError) {
+    number = TakeError(socket);
+    if (number < 0) return number;
+  } else if (IsTimeLimit(level, option)) {
+    DWORD milliseconds = 0;
+    if (GetTimeLimit(socket, option, &milliseconds) != 0) return ::ws2::kSocketError;
+    number = static_cast<int>(milliseconds);
+  } else {
+    const IntOption* found = FindIntOption(level, option);
+    if (found == nullptr) return FailWith(::ws2::kErrorNoProtocolOption);
+    socklen_t native_length = sizeof(number);
+    if (getsockopt(static_cast<int>(socket), found->native_level, found->native_option, &number,
+                   &native_length) != 0) {
+      return FailWithErrno();
+    }
+    number = AtLeastAsked(socket, *found, number);
+  }
+  std::memcpy(value, &number, sizeof(number));
+  *length = sizeof(number);
+  return 0;
+}
+
+int SetSocketOption(Socket socket, int level, int option, LPCSTR value, int length) noexcept {
+  int number = 0;
+  if (value == nullptr || length != static_cast<int>(sizeof(number))) {
+    return FailWith(::ws2::kErrorFault);
+  }
+  std::memcpy(&number, value, sizeof(number));
+  if (IsTimeLimit(level, option)) return SetTimeLimit(socket, option, static_cast<DWORD>(number));
+  if (level == ::ws2::kLevelIpv6 && option == ::ws2::kOptionIpv6ProtectionLevel) return 0;
+  const IntOption* found = FindIntOption(level, option);
+  if (found == nullptr || option == ::ws2::kOptionAcceptConn) {
+    return FailWith(::ws2::kErrorNoProtocolOption);
+  }
+  if (LeaveToSystem(socket, *found, number)) return 0;
+  const int result = setsockopt(static_cast<int>(socket), found->native_level, found->native_option,
+                                &number, sizeof(number));
+  return result == 0 ? 0 : FailWithErrno();
+}
+
+int ControlSocket(Socket socket, LONG command, ULONG* argument) noexcept {
+  if (argument == nullptr) return FailWith(::ws2::kErrorFault);
+  int number = static_cast<int>(*argument);
+  unsigned long native = 0;
+  if (command == ::ws2::kIoctlNonBlocking) {
+    native = FIONBIO;
+    number = number != 0 ? 1 : 0;
+  } else if (command == ::ws2::kIoctlBytesReadable) {
+    native = FIONREAD;
+  } else {
+    return FailWith(::ws2::kErrorInvalid);
+  }
+  if (ioctl(static_cast<int>(socket), native, &number) != 0) return FailWithErrno();
+  if (command == ::ws2::kIoctlBytesReadable) *argument = static_cast<ULONG>(number);
+  return 0;
+}
+
+}  // namespace platform::ws2_32

@@ -1,0 +1,37 @@
+// Starting and stopping the socket interface: a matter of counting here.
+#include <atomic>
+#include <cstring>
+
+#include "ws2_32/errors.h"
+#include "ws2_32/functions.h"
+
+namespace platform::ws2_32 {
+namespace {
+
+constexpr WORD kNewestVersion = 0x0202;
+std::atomic<int> starts{0};
+
+}  // namespace
+
+int Startup(WORD version, WsaData* data) noexcept {
+  constexpr WORD kMajorMask = 0x00FF;
+  if (data == nullptr) return ::ws2::kErrorFault;
+  if ((version & kMajorMask) == 0) return ::ws2::kErrorVersionNotSupported;
+  *data = {};
+  data->version = version < kNewestVersion ? version : kNewestVersion;
+  data->high_version = kNewestVersion;
+  std::strncpy(data->description, "Sockets", sizeof(data->description) - 1);
+  std::strncpy(data->system_status, "Running", sizeof(data->system_status) - 1);
+  ++starts;
+  return 0;
+}
+
+int Cleanup() noexcept {
+  int current = starts.load();
+  while (current > 0) {
+    if (starts.compare_exchange_weak(current, current - 1)) return 0;
+  }
+  return FailWith(::ws2::kErrorNotInitialised);
+}
+
+}  // namespace platform::ws2_32
