@@ -49,10 +49,12 @@ class [[nodiscard]] Result {
   bool ok() const { return value_.has_value(); }
   explicit operator bool() const { return ok(); }
   Error error() const { return error_; }
+  const T& value() const { return *value_; }
   T& operator*() & { return *value_; }
   const T& operator*() const& { return *value_; }
   T&& operator*() && { return *std::move(value_); }
   T* operator->() { return &*value_; }
+  const T* operator->() const { return &*value_; }
 
  private:
   std::optional<T> value_;

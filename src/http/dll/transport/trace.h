@@ -30,8 +30,8 @@ bool Disable();
 extern std::atomic<int> live_entries;
 inline bool Active() { return live_entries.load(std::memory_order_relaxed) > 0; }
 
-// Writes a text line, formatted as printf does and cut at 1023 characters. The thread's socket error
-// stays as it is.
+// Writes a text line, formatted as printf does and cut at 1023 characters. The thread's socket
+// error stays as it is.
 void WriteMessage(Level level, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
 // Writes the line of a socket call; one that failed is an error, with the socket error behind it.
@@ -43,8 +43,8 @@ void WriteData(std::string_view bytes);
 }  // namespace qv::trace
 
 // A message at a level; the arguments are evaluated only while a trace is on.
-#define QV_TRACE(level, ...)                                                            \
-  do {                                                                                  \
+#define QV_TRACE(level, ...)                                                                      \
+  do {                                                                                            \
     if (::qv::trace::Active()) ::qv::trace::WriteMessage(::qv::trace::Level::level, __VA_ARGS__); \
   } while (false)
 
