@@ -37,18 +37,19 @@ TEST_F(ReconnectTest, ConnectionsThatAreNotToBeUsedAgain) {
       {"server error as data", Response("500 Oops", {}, "one"),
        HTTP_OPTION_KEEPALIVE | HTTP_OPTION_ERRORDATA, 500, 0},
       {"left-over bytes", Response("200 OK", {}, "one") + stale, HTTP_OPTION_KEEPALIVE, 200, 0},
-      {"length and chunks",
-       ChunkedResponse("200 OK", {"Content-Length: 3"}, {"one"}), HTTP_OPTION_KEEPALIVE, 200, 0},
+      {"length and chunks", ChunkedResponse("200 OK", {"Content-Length: 3"}, {"one"}),
+       HTTP_OPTION_KEEPALIVE, 200, 0},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
-    const RawServer server(
-        RawServer::Script{{{.reply = c.first}, {.reply = stale}},
-                          {{.reply = Response("200 OK", {}, "two")}}});
+    const RawServer server(RawServer::Script{{{.reply = c.first}, {.reply = stale}},
+                                             {{.reply = Response("200 OK", {}, "two")}}});
     const HCLIENT session = Connect(server.port(), c.options);
     const Fetched one = Get(session, "/one");
     EXPECT_EQ(one.result, c.result);
-    if (c.error != 0) EXPECT_EQ(LastError(), c.error);
+    if (c.error != 0) {
+      EXPECT_EQ(LastError(), c.error);
+    }
     const Fetched two = Get(session, "/two");
     EXPECT_EQ(two.result, 200) << std::hex << LastError();
     EXPECT_EQ(two.body, "two");
@@ -59,8 +60,8 @@ TEST_F(ReconnectTest, ConnectionsThatAreNotToBeUsedAgain) {
 }
 
 TEST_F(ReconnectTest, ServerThatClosesWhileTheSessionIsIdle) {
-  const RawServer server(ConnectionForEach(
-      {Response("200 OK", {}, "one"), Response("200 OK", {}, "two")}));
+  const RawServer server(
+      ConnectionForEach({Response("200 OK", {}, "one"), Response("200 OK", {}, "two")}));
   const HCLIENT session = Connect(server.port(), HTTP_OPTION_KEEPALIVE);
   ASSERT_TRUE(HttpSetRequestHeader(session, "X-Test", "kept"));
   EXPECT_EQ(Get(session, "/").body, "one");
@@ -69,12 +70,11 @@ TEST_F(ReconnectTest, ServerThatClosesWhileTheSessionIsIdle) {
   ASSERT_EQ(server.requests(1).size(), 1u);
   EXPECT_EQ(HeaderOf(server.requests(1)[0], "X-Test"), "kept");
   EXPECT_EQ(HttpGetStatus(session), HTTP_STATUS_IDLE);
-  EXPECT_EQ(HttpDisconnect(session), 0);
 }
 
 TEST_F(ReconnectTest, WithoutKeepAliveASecondRequestFails) {
-  const RawServer server(ConnectionForEach(
-      {Response("200 OK", {}, "one"), Head("200 OK", {"Content-Length: 7"})}));
+  const RawServer server(
+      ConnectionForEach({Response("200 OK", {}, "one"), Head("200 OK", {"Content-Length: 7"})}));
   const HCLIENT session = Connect(server.port());
   EXPECT_EQ(Get(session, "/").body, "one");
   EXPECT_EQ(Get(session, "/").result, HTTP_ERROR);
@@ -86,7 +86,6 @@ TEST_F(ReconnectTest, WithoutKeepAliveASecondRequestFails) {
   EXPECT_EQ(HttpGetFileSize(session, "/", &size), 200);
   EXPECT_EQ(size, 7u);
   EXPECT_TRUE(server.WaitForConnections(3));
-  EXPECT_EQ(HttpDisconnect(session), 0);
 }
 
 TEST_F(ReconnectTest, RefusedReconnectEndsAsTimeOutAndReleasesTheSession) {
@@ -102,8 +101,8 @@ TEST_F(ReconnectTest, RefusedReconnectEndsAsTimeOutAndReleasesTheSession) {
 }
 
 TEST_F(ReconnectTest, OpenRequestIsReportedBeforeAnyReconnect) {
-  const RawServer server(RawServer::Script{
-      {{.reply = Response("200 OK", {"Connection: close"}, "one")}}});
+  const RawServer server(
+      RawServer::Script{{{.reply = Response("200 OK", {"Connection: close"}, "one")}}});
   const HCLIENT session = Connect(server.port(), HTTP_OPTION_KEEPALIVE);
   ASSERT_EQ(HttpCommand(session, "GET", "/", nullptr, 0, 0), 200);
   EXPECT_EQ(HttpCommand(session, "GET", "/", nullptr, 0, 0), HTTP_ERROR);
@@ -114,22 +113,20 @@ TEST_F(ReconnectTest, OpenRequestIsReportedBeforeAnyReconnect) {
   EXPECT_EQ(HttpRead(session, body, sizeof(body)), 3);  // the open request is as it was
   EXPECT_EQ(HttpCloseFile(session), 0);
   EXPECT_EQ(server.connections(), 1u);
-  EXPECT_EQ(HttpDisconnect(session), 0);
 }
 
 // The response to a streamed body announces the end of the connection like any other.
 TEST_F(ReconnectTest, StreamedUploadWhoseResponseSaysClose) {
-  const RawServer server(RawServer::Script{
-      {{.reply = Response("201 Created", {"Connection: close"}, "")},
-       {.reply = Response("200 OK", {}, "stale")}},
-      {{.reply = Response("200 OK", {}, "two")}}});
+  const RawServer server(
+      RawServer::Script{{{.reply = Response("201 Created", {"Connection: close"}, "")},
+                         {.reply = Response("200 OK", {}, "stale")}},
+                        {{.reply = Response("200 OK", {}, "two")}}});
   const HCLIENT session = Connect(server.port(), HTTP_OPTION_KEEPALIVE);
   ASSERT_EQ(HttpCreateFile(session, "/file.txt", 3, 0), 200);
   ASSERT_EQ(HttpWrite(session, reinterpret_cast<const BYTE*>("abc"), 3), 3);
   EXPECT_EQ(HttpCloseFile(session), 0);
   EXPECT_EQ(HttpGetResultCode(session), 201);
   EXPECT_EQ(Get(session, "/").body, "two");
-  EXPECT_EQ(HttpDisconnect(session), 0);
 }
 
 }  // namespace

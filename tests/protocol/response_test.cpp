@@ -87,7 +87,9 @@ TEST_F(ResponseTest, StatusCodesAndTheirErrors) {
       SCOPED_TRACE(code);
       const int result = Ask(Response(std::to_string(code) + " Text", {}, ""));
       EXPECT_EQ(result, c.error == 0 ? code : HTTP_ERROR);
-      if (c.error != 0) EXPECT_EQ(LastError(), c.error);
+      if (c.error != 0) {
+        EXPECT_EQ(LastError(), c.error);
+      }
       EXPECT_EQ(HttpGetResultCode(session_), code);
       EXPECT_EQ(ResultText(), "Text");
     }
@@ -135,7 +137,9 @@ TEST_F(ResponseTest, Fields) {
                 "X-Empty:\r\n"
                 "no colon here\r\n"
                 "X-C\rR: dr\ropped\r\n"
-                "X-Long: " + long_value + "\r\n"
+                "X-Long: " +
+                long_value +
+                "\r\n"
                 "X-After: yes\r\n"
                 "Content-Length: 0\r\n\r\n"),
             200);
@@ -197,8 +201,8 @@ TEST_F(ResponseTest, ErrorResponsesAsData) {
   EXPECT_EQ(Ask(Response("600 Odd", {}, ""), HTTP_OPTION_ERRORDATA), HTTP_ERROR);
   EXPECT_EQ(Ask(Response("304 Not Modified", {}, ""), HTTP_OPTION_ERRORDATA), HTTP_ERROR);
   // For one transfer only.
-  const RawServer server(OneConnection({Response("404 Not Found", {}, "page"),
-                                        Response("404 Not Found", {}, "page")}));
+  const RawServer server(OneConnection(
+      {Response("404 Not Found", {}, "page"), Response("404 Not Found", {}, "page")}));
   const HCLIENT session = Connect(server.port(), HTTP_OPTION_KEEPALIVE);
   const Fetched page = Get(session, "/", HTTP_TRANSFER_ERRORDATA);
   EXPECT_EQ(page.result, 404);
@@ -206,7 +210,6 @@ TEST_F(ResponseTest, ErrorResponsesAsData) {
   EXPECT_EQ(Get(session, "/").result, HTTP_ERROR);
   EXPECT_EQ(LastError(), DWORD{QV_ERROR_RESOURCE_NOT_FOUND});
   EXPECT_EQ(server.connections(), 1u);
-  EXPECT_EQ(HttpDisconnect(session), 0);
 }
 
 TEST_F(ResponseTest, CommandEventCarriesTheError) {
@@ -216,13 +219,12 @@ TEST_F(ResponseTest, CommandEventCarriesTheError) {
   const HTTPEVENTPROC record = [](HCLIENT, UINT, DWORD error, DWORD_PTR parameter) {
     reinterpret_cast<std::vector<DWORD>*>(parameter)->push_back(error);
   };
-  ASSERT_EQ(HttpRegisterEvent(session, HTTP_EVENT_COMMAND, record,
-                              reinterpret_cast<DWORD_PTR>(&errors)),
-            0);
+  ASSERT_EQ(
+      HttpRegisterEvent(session, HTTP_EVENT_COMMAND, record, reinterpret_cast<DWORD_PTR>(&errors)),
+      0);
   Get(session, "/");
   Get(session, "/");
   EXPECT_EQ(errors, (std::vector<DWORD>{0, QV_ERROR_RESOURCE_NOT_FOUND}));
-  EXPECT_EQ(HttpDisconnect(session), 0);
 }
 
 TEST_F(ResponseTest, ResultStringChecksItsBufferAndCuts) {
@@ -270,22 +272,20 @@ TEST_F(ResponseTest, ContentLength) {
   EXPECT_EQ(Get(session, "/").body, "Wikipedia");
   EXPECT_TRUE(HttpGetContentLengthEx(session, &length));
   EXPECT_EQ(length, 9u);
-  EXPECT_EQ(HttpDisconnect(session), 0);
 }
 
 TEST_F(ResponseTest, RedirectThatIsNotFollowed) {
   for (int code : {301, 302, 303, 307, 308}) {
     SCOPED_TRACE(code);
-    EXPECT_EQ(Ask(Response(std::to_string(code) + " Moved", {"Location: http://other.test/x"},
-                           "moved")),
-              code);
+    EXPECT_EQ(
+        Ask(Response(std::to_string(code) + " Moved", {"Location: http://other.test/x"}, "moved")),
+        code);
     EXPECT_EQ(RedirectUrl(), "http://other.test/x");
     BYTE buffer[16];
     EXPECT_EQ(HttpRead(session_, buffer, sizeof(buffer)), 5);
   }
   EXPECT_EQ(Ask(Response("302 Found", {"location: /path?a=b"}, "")), 302);
-  EXPECT_EQ(RedirectUrl(),
-            "http://127.0.0.1:" + std::to_string(server_->port()) + "/path?a=b");
+  EXPECT_EQ(RedirectUrl(), "http://127.0.0.1:" + std::to_string(server_->port()) + "/path?a=b");
   EXPECT_EQ(HttpGetRedirectUrl(session_, nullptr, 0), static_cast<INT>(RedirectUrl().size()));
   char small[8];
   EXPECT_EQ(HttpGetRedirectUrl(session_, small, sizeof(small)), HTTP_ERROR);
@@ -295,15 +295,14 @@ TEST_F(ResponseTest, RedirectThatIsNotFollowed) {
 }
 
 TEST_F(ResponseTest, RedirectWithoutLocationHasNone) {
-  const RawServer server(OneConnection({Response("302 Found", {"Location: /old"}, ""),
-                                        Response("302 Found", {}, "")}));
+  const RawServer server(OneConnection(
+      {Response("302 Found", {"Location: /old"}, ""), Response("302 Found", {}, "")}));
   const HCLIENT session = Connect(server.port(), HTTP_OPTION_KEEPALIVE);
   EXPECT_EQ(Get(session, "/").result, 302);
   EXPECT_GT(HttpGetRedirectUrl(session, nullptr, 0), 0);
   EXPECT_EQ(HttpSetOption(session, HTTP_OPTION_REDIRECT, TRUE), 0);
   EXPECT_EQ(Get(session, "/").result, 302);  // nothing to follow
   EXPECT_EQ(HttpGetRedirectUrl(session, nullptr, 0), 0);
-  EXPECT_EQ(HttpDisconnect(session), 0);
 }
 
 TEST_F(ResponseTest, ContentTypeAndItsClass) {
@@ -329,7 +328,6 @@ TEST_F(ResponseTest, Http09) {
   const Fetched page = Get(session, "/page");
   EXPECT_EQ(page.result, 200);
   EXPECT_EQ(page.body, "HTTP/1.1 404 is text here\r\n\r\n");
-  EXPECT_EQ(HttpDisconnect(session), 0);
 }
 
 }  // namespace

@@ -29,7 +29,7 @@ class Descriptor {
 struct FileUse {
   dev_t device;
   ino_t inode;
-  DWORD access;  // GENERIC_READ, GENERIC_WRITE or both
+  DWORD access;  // GENERIC_READ, GENERIC_WRITE, FILE_APPEND_DATA
   DWORD share;   // FILE_SHARE_...
 };
 
@@ -45,7 +45,7 @@ class FileObject : public KernelObject {
   bool Share();
 
   int descriptor() const { return descriptor_.get(); }
-  bool Allows(DWORD access) const { return (use_.access & access) == access; }
+  bool Allows(DWORD access) const { return (use_.access & access) != 0; }
   bool IsRegular() const { return regular_; }
 
  private:

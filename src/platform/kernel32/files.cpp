@@ -72,7 +72,7 @@ BOOL WINAPI WriteFile(HANDLE file, LPCVOID buffer, DWORD bytes, LPDWORD written,
   DWORD count = 0;
   LPDWORD const counter = written != nullptr ? written : &count;
   *counter = 0;
-  const auto object = FindWithAccess(file, GENERIC_WRITE);
+  const auto object = FindWithAccess(file, GENERIC_WRITE | FILE_APPEND_DATA);
   if (!object) return FALSE;
   if (overlapped != nullptr) return Fail(ERROR_NOT_SUPPORTED);
   return WriteFrom(*object, buffer, bytes, counter);
@@ -91,7 +91,7 @@ BOOL WINAPI SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER*
 }
 
 BOOL WINAPI SetEndOfFile(HANDLE file) noexcept {
-  const auto object = FindWithAccess(file, GENERIC_WRITE);
+  const auto object = FindWithAccess(file, GENERIC_WRITE | FILE_APPEND_DATA);
   if (!object) return FALSE;
   const off_t position = lseek(object->descriptor(), 0, SEEK_CUR);
   if (position < 0 || ftruncate(object->descriptor(), position) != 0) return FailWithErrno(errno);

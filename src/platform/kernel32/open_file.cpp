@@ -30,6 +30,11 @@ struct OpenRequest {
     return disposition == CREATE_NEW || disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
   }
   bool MayOpen() const { return disposition != CREATE_NEW; }
+  bool Writes() const { return (access & (GENERIC_WRITE | FILE_APPEND_DATA)) != 0 || Truncates(); }
+  // Without the right to write elsewhere, everything goes to the end of the file.
+  bool AppendsOnly() const {
+    return (access & (GENERIC_WRITE | FILE_APPEND_DATA)) == FILE_APPEND_DATA;
+  }
   bool Truncates() const {
     return disposition == CREATE_ALWAYS || disposition == TRUNCATE_EXISTING;
   }
@@ -42,10 +47,11 @@ struct OpenRequest {
 
 int OpenMode(const OpenRequest& request) {
   // Emptying a file takes the right to write, which CREATE_ALWAYS has without asking for it.
-  const bool write = (request.access & GENERIC_WRITE) != 0 || request.Truncates();
+  const bool write = request.Writes();
   const bool read = (request.access & GENERIC_READ) != 0;
-  if (read && write) return O_RDWR;
-  if (write) return O_WRONLY;
+  const int append = request.AppendsOnly() ? O_APPEND : 0;
+  if (read && write) return O_RDWR | append;
+  if (write) return O_WRONLY | append;
   // Attributes and existence need no right to the contents.
   return read || request.MayCreate() ? O_RDONLY : O_PATH;
 }
@@ -87,8 +93,8 @@ HANDLE Accept(const OpenRequest& request, Descriptor descriptor, bool existed) {
   struct stat status;
   if (fstat(descriptor.get(), &status) != 0) return refuse(ErrorFromErrno(errno));
   if (S_ISDIR(status.st_mode)) return refuse(ERROR_ACCESS_DENIED);
-  const bool writes = (request.access & GENERIC_WRITE) != 0 || request.Truncates();
-  if (existed && writes && (status.st_mode & S_IWUSR) == 0) return refuse(ERROR_ACCESS_DENIED);
+  if (existed && request.Writes() && (status.st_mode & S_IWUSR) == 0)
+    return refuse(ERROR_ACCESS_DENIED);
   const int number = descriptor.get();
   const bool regular = S_ISREG(status.st_mode);
   auto file = std::make_shared<FileObject>(
@@ -122,7 +128,7 @@ HANDLE Open(const OpenRequest& request) {
 HANDLE WINAPI CreateFileW(LPCWSTR name, DWORD access, DWORD share, LPVOID security,
                           DWORD disposition, DWORD flags, HANDLE) noexcept {
   platform::Checkpoint();
-  constexpr DWORD kAccess = GENERIC_READ | GENERIC_WRITE;
+  constexpr DWORD kAccess = GENERIC_READ | GENERIC_WRITE | FILE_APPEND_DATA;
   if (disposition < CREATE_NEW || disposition > TRUNCATE_EXISTING || (access & ~kAccess) != 0 ||
       (disposition == TRUNCATE_EXISTING && (access & GENERIC_WRITE) == 0)) {
     SetLastError(ERROR_INVALID_PARAMETER);

@@ -6,6 +6,7 @@
 #include "frame/session_table.h"
 #include "transport/os_version.h"
 #include "transport/socket_binding.h"
+#include "transport/trace.h"
 
 namespace qv {
 namespace {
@@ -83,6 +84,7 @@ void Uninitialize() {
   }
   if (last) {
     SessionTable::Get().ReleaseAll();
+    trace::Disable();
     LibraryLock lock;
     StopSockets();
   }

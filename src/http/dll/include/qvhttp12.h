@@ -275,6 +275,30 @@ HTTPAPI INT WINAPI HttpGetErrorStringW(DWORD dwError, LPWSTR lpszError, INT nMax
  */
 HTTPAPI DWORD WINAPI HttpAttachThread(HCLIENT hClient, DWORD dwThreadId) QV_NOEXCEPT;
 
+/* Trace flags. */
+#define TRACE_INFO 0u    /* everything, as TRACE_HEXDUMP */
+#define TRACE_ERROR 1u   /* errors and failed socket calls, but for would-block and name lookups */
+#define TRACE_WARNING 2u /* warnings and all failed socket calls */
+#define TRACE_HEXDUMP 4u /* everything, with the data sent and received */
+#define TRACE_PROCESS 0x1000u /* one trace for all threads of the process */
+
+/*
+ * Starts a trace log of what the calling thread (or the process) does: a text file to which each
+ * line is appended with the file opened and closed around it, readable for its owner only.
+ *
+ *   lpszTraceFile  NULL or empty: "Quorvane.log" in the user's documents folder; a bare name: that
+ *                  file there; a folder: "Quorvane.log" in it; %NAME% references are expanded
+ *   dwTraceFlags   TRACE_* bits
+ *
+ * Calls of one thread are counted; each is matched by one HttpDisableTrace. 0 when the log cannot
+ * be written there: a folder, device, read-only file, or a program's extension such as ".exe".
+ */
+HTTPAPI BOOL WINAPI HttpEnableTraceA(LPCSTR lpszTraceFile, DWORD dwTraceFlags) QV_NOEXCEPT;
+HTTPAPI BOOL WINAPI HttpEnableTraceW(LPCWSTR lpszTraceFile, DWORD dwTraceFlags) QV_NOEXCEPT;
+
+/* Undoes one HttpEnableTrace. 0 when the caller has no trace. */
+HTTPAPI BOOL WINAPI HttpDisableTrace(void) QV_NOEXCEPT;
+
 /* ==== Connections ============================================================================= */
 
 /*
@@ -800,6 +824,7 @@ HTTPAPI BOOL WINAPI HttpValidateHostNameW(LPCWSTR lpszHostName, LPWSTR lpszAddre
 #define LPSECURITYCREDENTIALS LPSECURITYCREDENTIALSW
 #define HttpInitialize HttpInitializeW
 #define HttpGetErrorString HttpGetErrorStringW
+#define HttpEnableTrace HttpEnableTraceW
 #define HttpConnect HttpConnectW
 #define HttpConnectUrl HttpConnectUrlW
 #define HttpGetResourceUrl HttpGetResourceUrlW
@@ -847,6 +872,7 @@ HTTPAPI BOOL WINAPI HttpValidateHostNameW(LPCWSTR lpszHostName, LPWSTR lpszAddre
 #define LPSECURITYCREDENTIALS LPSECURITYCREDENTIALSA
 #define HttpInitialize HttpInitializeA
 #define HttpGetErrorString HttpGetErrorStringA
+#define HttpEnableTrace HttpEnableTraceA
 #define HttpConnect HttpConnectA
 #define HttpConnectUrl HttpConnectUrlA
 #define HttpGetResourceUrl HttpGetResourceUrlA

@@ -24,7 +24,8 @@ qv::Result<ULONGLONG> ContentLengthOf(const qv::Session& session) {
   const auto field = qv::ResponseField(session, "Content-Length", kLongestLengthField);
   const auto announced = qv::ParseLeadingDecimal(field.value_or(""));
   const qv::TransferCounters& transfer = session.transfer;
-  if (transfer.end_tick != 0 && transfer.copied != 0) {
+  const bool received = session.response.framing.started && transfer.end_tick != 0;
+  if (received && transfer.copied != 0) {
     return std::max<ULONGLONG>(transfer.content_length, transfer.copied);
   }
   if (announced) return ULONGLONG{*announced};

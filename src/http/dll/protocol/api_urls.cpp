@@ -20,7 +20,7 @@ qv::Result<INT> Deliver(const std::optional<std::string>& url, LPSTR target, INT
   return qv::CopyText(*url, target, capacity);
 }
 
-void Empty(LPSTR target, INT capacity) { qv::CopyText({}, target, capacity); }
+void Empty(LPSTR target, INT capacity) { qv::CopyText("", target, capacity); }
 
 }  // namespace
 

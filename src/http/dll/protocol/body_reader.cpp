@@ -49,10 +49,7 @@ Result<std::size_t> ReadChunks(Session& session, char* buffer, std::size_t size)
   std::size_t total = 0;
   do {
     Result<std::size_t> count = ReadChunkPiece(session, buffer + total, size - total);
-    if (!count) {
-      if (total > 0 && session.Alive()) break;  // the next read meets the error again
-      return count;
-    }
+    if (!count) return count;  // what was read of a size line is lost, so it cannot be met again
     if (*count == 0) break;
     total += *count;
   } while (total < size && !session.connection.input.empty());
@@ -98,7 +95,7 @@ Result<std::size_t> ReadRawBody(Session& session, char* buffer, std::size_t size
     if (framing.complete) return std::size_t{0};
     size = static_cast<std::size_t>(std::min<uint64_t>(size, framing.remaining));
   } else if (framing.kind == BodyFraming::Kind::kNone) {
-    return std::size_t{0};
+    if (session.connection.used) return std::size_t{0};  // without a request: a plain stream
   } else if (framing.complete) {
     return std::size_t{0};
   }
@@ -106,6 +103,8 @@ Result<std::size_t> ReadRawBody(Session& session, char* buffer, std::size_t size
   if (Error error = session.CheckAlive()) return error;
   if (!count) return count;
   session.transfer.copied += *count;
+  // Where in a chunk the next byte belongs is not known any more.
+  if (framing.kind == BodyFraming::Kind::kChunked) session.response.reusable = false;
   if (framing.kind == BodyFraming::Kind::kLength) {
     framing.remaining -= *count;
     framing.complete = framing.remaining == 0;

@@ -22,8 +22,8 @@ bool IsSpent(Session& session) {
   const ResponseState& response = session.response;
   if (connection.peer_closed || connection.channel == nullptr) return true;
   if (!connection.used) return false;
-  return response.pending || !response.reusable || !response.framing.complete ||
-         HasUnaskedInput(session);
+  return response.pending || !response.reusable || response.close_seen ||
+         !response.framing.complete || HasUnaskedInput(session);
 }
 
 // Connects again where the connection cannot carry another request.

@@ -9,20 +9,21 @@
 namespace qv {
 namespace {
 
-constexpr LONG kMicrosecondsPerMillisecond = 1000;
-
 // Waits until the connect has succeeded or failed.
-Error AwaitConnect(Session& session, ReadyFor watch) {
+Error AwaitConnect(Session& session, ReadyFor watch, const SocketAddress& target) {
   const INT timeout = session.settings.timeout;
   const WaitLimit limit(timeout != 0 ? timeout : HTTP_TIMEOUT);
   session.operation.blocking = true;
   while (true) {
-    const ws2::TimeVal slice{0, static_cast<LONG>(limit.NextSlice()) * kMicrosecondsPerMillisecond};
+    const ws2::TimeVal slice = limit.NextSlice();
     const ReadyResult ready = WaitSocket(session.connection.socket, watch, &slice);
+    if (ready.count != 0 || limit.Passed()) TraceWait(watch, limit.whole(), ready.count);
     if (ready.count < 0) return SocketError();
     if (ready.exception) {
-      const int number = PendingError(session.connection.socket);
-      return ErrorFromPlatform(static_cast<DWORD>(number > 0 ? number : ws2::kErrorRefused));
+      const int pending = PendingError(session.connection.socket);
+      RestoreSocketError(pending > 0 ? pending : ws2::kErrorRefused);
+      TraceConnectFailure(session.connection.socket, target);
+      return SocketError();
     }
     if (Error error = session.CheckAlive()) return error;
     if (ready.count > 0) break;
@@ -53,7 +54,7 @@ Error Connect(Session& session, const ConnectManner& manner) {
   SetBlocking(connection.socket, false);
   if (ConnectSocket(connection.socket, *target) != 0) {
     if (LastSocketError() != ws2::kErrorWouldBlock) return SocketError();
-    if (Error error = AwaitConnect(session, manner.watch)) return error;
+    if (Error error = AwaitConnect(session, manner.watch, *target)) return error;
   }
   ConfigureConnected(connection.socket);
   return kNoError;

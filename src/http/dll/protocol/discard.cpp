@@ -11,6 +11,7 @@ namespace qv {
 namespace {
 
 constexpr uint64_t kMostDiscarded = uint64_t{256} << 10;
+constexpr INT kLongestDiscard = 1;  // seconds, however slowly the rest comes
 
 bool WorthDiscarding(const ResponseState& response) {
   const BodyFraming& framing = response.framing;
@@ -55,7 +56,8 @@ void DiscardBody(Session& session) {
     QuietTimeout quiet(session);
     char piece[kPieceSize];
     uint64_t discarded = 0;
-    while (!response.framing.complete && discarded <= kMostDiscarded) {
+    const WaitLimit limit(kLongestDiscard);
+    while (!response.framing.complete && discarded <= kMostDiscarded && !limit.Passed()) {
       Result<std::size_t> count = ReadFramedBody(session, piece, sizeof(piece));
       if (!count || *count == 0) break;
       discarded += *count;

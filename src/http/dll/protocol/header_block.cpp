@@ -20,7 +20,8 @@ class HeaderLine {
       if (text_.size() == value_start_ || text_.back() == ' ') return;
       c = ' ';
     }
-    if (text_.size() < kLongestLine) text_.push_back(c);
+    if (text_.size() == kLongestLine) return;
+    text_.push_back(c);
     if (c == ':' && value_start_ == 0) {
       colon_ = text_.size() - 1;
       value_start_ = text_.size();

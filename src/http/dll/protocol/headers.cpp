@@ -45,7 +45,7 @@ Error SetRequestHeaderIfAbsent(Session& session, std::string_view name, std::str
 
 void StoreResponseField(Session& session, std::string_view name, std::string_view value) {
   name = TrimLeft(name);
-  value = TrimLeft(value);
+  value = Trim(value);
   ResponseState& response = session.response;
   if (EqualsNoCase(name, "Transfer-Encoding")) response.chunked = EqualsNoCase(value, "chunked");
   if (name.empty() || value.empty()) return;

@@ -27,13 +27,16 @@ Error FinishStreaming(Session& session) {
     session.response.pending = false;
     return kNoError;
   }
+  if (request.declared > 0 && request.written > request.declared) session.response.reusable = false;
   session.response.pending = true;
   return ReadResponseHeader(session);
 }
 
 bool WaitReady(Session& session, ReadyFor what, const ws2::TimeVal& timeout) {
   if (session.connection.socket == ws2::kInvalidSocket) return false;
-  if (WaitSocket(session.connection.socket, what, &timeout).count > 0) return true;
+  const int count = WaitSocket(session.connection.socket, what, &timeout).count;
+  TraceWait(what, &timeout, count);
+  if (count > 0) return true;
   Sleep(kNotReadySleepMs);
   return false;
 }

@@ -23,7 +23,8 @@ std::string ResolveReference(const Session& session, std::string location) {
   if (location.starts_with("//")) {
     return (session.Has(HTTP_OPTION_SECURE) ? "https:" : "http:") + location;
   }
-  if (location.starts_with('/') || location.find("://") != location.npos || location.empty()) {
+  const bool absolute = location.find("://") < location.find_first_of("/?");
+  if (location.starts_with('/') || absolute || location.empty()) {
     return location;
   }
   std::string path = session.request.path;

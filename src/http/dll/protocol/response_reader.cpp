@@ -91,6 +91,7 @@ Error Fail(Session& session, Error error) {
 Result<bool> HandleRedirect(Session& session, std::size_t first_field) {
   ResponseState& response = session.response;
   response.redirected = true;
+  response.location.clear();
   if (++response.redirect_count > kMostRedirects) {
     return Fail(session, QV_ERROR_RESOURCE_REDIRECTED);
   }

@@ -10,6 +10,12 @@ namespace qv {
 namespace {
 
 constexpr DWORD kMillisecondsPerSecond = 1000;
+constexpr DWORD kMicrosecondsPerMillisecond = 1000;
+
+ws2::TimeVal TimeOf(DWORD milliseconds) {
+  return {static_cast<LONG>(milliseconds / kMillisecondsPerSecond),
+          static_cast<LONG>(milliseconds % kMillisecondsPerSecond * kMicrosecondsPerMillisecond)};
+}
 
 }  // namespace
 
@@ -19,14 +25,15 @@ WaitLimit::WaitLimit(INT timeout) : limited_(timeout != 0), start_tick_(GetTickC
   } else if (timeout > 0) {
     limit_ms_ = static_cast<DWORD>(timeout) * kMillisecondsPerSecond;
   }
+  whole_ = TimeOf(limit_ms_);
 }
 
 bool WaitLimit::Passed() const { return limited_ && GetTickCount() - start_tick_ >= limit_ms_; }
 
-DWORD WaitLimit::NextSlice() const {
-  if (!limited_) return kWaitSliceMs;
+ws2::TimeVal WaitLimit::NextSlice() const {
+  if (!limited_) return TimeOf(kWaitSliceMs);
   const DWORD elapsed = GetTickCount() - start_tick_;
-  return elapsed >= limit_ms_ ? 0 : std::min(kWaitSliceMs, limit_ms_ - elapsed);
+  return TimeOf(elapsed >= limit_ms_ ? 0 : std::min(kWaitSliceMs, limit_ms_ - elapsed));
 }
 
 BlockingScope::BlockingScope(OperationState& operation, INT status)
@@ -54,6 +61,20 @@ Error CheckWait(Session& session, const WaitLimit& limit) {
     return QV_ERROR_OPERATION_TIMEOUT;
   }
   return kNoError;
+}
+
+Error AwaitReady(Session& session, ReadyFor condition, const WaitLimit& limit) {
+  while (true) {
+    const ws2::TimeVal slice = limit.NextSlice();
+    const ReadyResult ready = WaitSocket(session.connection.socket, condition, &slice);
+    if (ready.count != 0) TraceWait(condition, limit.whole(), ready.count);
+    if (ready.count < 0) return SocketError();
+    if (ready.count > 0) return kNoError;
+    if (Error error = CheckWait(session, limit)) {
+      TraceWait(condition, limit.whole(), 0);
+      return error;
+    }
+  }
 }
 
 bool SliceRanOut(int socket_error) {

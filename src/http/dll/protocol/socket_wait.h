@@ -2,13 +2,16 @@
 //
 // Sockets are blocking, with receive and send time-outs of one slice. A receive is therefore wait
 // and transfer in one system call when data is there within a slice, and otherwise comes back after
-// each slice to look at the cancel request and the session's time-out.
+// each slice to look at the cancel request and the session's time-out. While a trace is on, wait
+// and transfer are separate calls, so that each has its line.
 #ifndef QV_PROTOCOL_SOCKET_WAIT_H_
 #define QV_PROTOCOL_SOCKET_WAIT_H_
 
 #include "frame/error.h"
 #include "frame/session.h"
+#include "transport/socket.h"
 #include "transport/socket_binding.h"
+#include "transport/trace.h"
 
 namespace qv {
 
@@ -26,13 +29,16 @@ class WaitLimit {
   explicit WaitLimit(INT timeout);
 
   bool Passed() const;
-  // Milliseconds of the next slice, at most kWaitSliceMs.
-  DWORD NextSlice() const;
+  // The length of the next slice, at most kWaitSliceMs.
+  ws2::TimeVal NextSlice() const;
+  // The whole limit for the trace log; NULL for none.
+  const ws2::TimeVal* whole() const { return limited_ ? &whole_ : nullptr; }
 
  private:
   bool limited_;
   DWORD start_tick_;
   DWORD limit_ms_ = 0;
+  ws2::TimeVal whole_{};
 };
 
 // Sets the blocking flag, and the status if the session is idle, for the time of a wait.
@@ -55,11 +61,18 @@ Error CheckWait(Session& session, const WaitLimit& limit);
 // Whether a socket call failed only because its slice ran out.
 bool SliceRanOut(int socket_error);
 
+// Waits until the socket is ready, as one wait in the trace log.
+Error AwaitReady(Session& session, ReadyFor condition, const WaitLimit& limit);
+
 // Repeats `move` (a receive or send of one slice) until it moved bytes or the wait has to end.
 template <class Move>
 Result<INT> RetryUntilMoved(Session& session, INT status, Move&& move) {
   const WaitLimit limit(session.settings.timeout);
   BlockingScope blocking(session.operation, status);
+  if (trace::Active()) {
+    const auto condition = status == HTTP_STATUS_READ ? ReadyFor::kRead : ReadyFor::kWrite;
+    if (Error error = AwaitReady(session, condition, limit)) return error;
+  }
   while (true) {
     const int moved = move();
     if (moved >= 0) return moved;

@@ -5,6 +5,8 @@
 
 #include "transport/dotted_address.h"
 #include "transport/socket_binding.h"
+#include "transport/socket_trace.h"
+#include "transport/trace.h"
 
 namespace qv {
 namespace {
@@ -116,6 +118,7 @@ int LookUpAddresses(const char* name, const ws2::AddrInfo& hints, ws2::AddrInfo*
   if (api.getaddrinfo == nullptr) return ws2::kErrorNotInitialised;
   *addresses = nullptr;
   const int failure = api.getaddrinfo(name, nullptr, &hints, addresses);
+  if (trace::Active()) trace::TraceLookUp(name, &hints, addresses, failure);
   if (failure == 0 && *addresses == nullptr) return ws2::kErrorHostNotFound;
   return failure;
 }

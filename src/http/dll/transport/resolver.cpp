@@ -4,6 +4,8 @@
 #include <string_view>
 
 #include "transport/socket_binding.h"
+#include "transport/socket_trace.h"
+#include "transport/trace.h"
 
 namespace qv {
 namespace {
@@ -83,6 +85,7 @@ std::optional<std::string> LocalHostName() {
   const ws2::GetHostNameFn get_name = Sockets().gethostname;
   char name[kLocalNameCapacity] = {};
   const int result = get_name == nullptr ? SocketsNotInitialized() : get_name(name, sizeof(name));
+  if (trace::Active()) trace::TraceHostName(name, result);
   if (result != 0) return std::nullopt;
   return name;
 }

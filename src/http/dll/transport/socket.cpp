@@ -1,6 +1,8 @@
 #include "transport/socket.h"
 
 #include "transport/socket_binding.h"
+#include "transport/socket_trace.h"
+#include "transport/trace.h"
 
 namespace qv {
 namespace {
@@ -26,7 +28,9 @@ int GetIntOption(ws2::Socket socket, int level, int option, int* value) {
 int ControlSocket(ws2::Socket socket, LONG command, ULONG* argument) {
   const ws2::IoctlSocketFn control = Sockets().ioctlsocket;
   if (control == nullptr) return SocketsNotInitialized();
-  return control(socket, command, argument);
+  const int result = control(socket, command, argument);
+  if (trace::Active()) trace::TraceControl(socket, command, argument, result);
+  return result;
 }
 
 // Only the part of the record that counts is written.
@@ -48,6 +52,7 @@ ws2::Socket CreateStreamSocket(int family, int protocol) {
     return ws2::kInvalidSocket;
   }
   const ws2::Socket socket = api.socket(family, ws2::kTypeStream, protocol);
+  if (trace::Active()) trace::TraceCreate(family, protocol, socket);
   if (socket == ws2::kInvalidSocket) return socket;
   // A socket without these options is slower or less reachable, but works.
   if (family == ws2::kFamilyInet6) {
@@ -62,7 +67,9 @@ ws2::Socket CreateStreamSocket(int family, int protocol) {
 int ConnectSocket(ws2::Socket socket, const SocketAddress& address) {
   const ws2::ConnectFn connect = Sockets().connect;
   if (connect == nullptr) return SocketsNotInitialized();
-  return connect(socket, address.get(), address.length());
+  const int result = connect(socket, address.get(), address.length());
+  if (trace::Active()) trace::TraceConnect(socket, address, result);
+  return result;
 }
 
 int CloseSocket(ws2::Socket socket) {
@@ -73,7 +80,9 @@ int CloseSocket(ws2::Socket socket) {
       listens == 0) {
     ShutdownSocket(socket, ws2::kShutdownSend);
   }
-  return close(socket);
+  const int result = close(socket);
+  if (trace::Active()) trace::TraceClose(socket, result);
+  return result;
 }
 
 int ShutdownSocket(ws2::Socket socket, int how) {
@@ -92,8 +101,13 @@ int BytesReadable(ws2::Socket socket, DWORD* count) {
 }
 
 int PendingError(ws2::Socket socket) {
+  const ws2::GetSockOptFn get = Sockets().getsockopt;
+  if (get == nullptr) return SocketsNotInitialized();
   int number = 0;
-  const int result = GetIntOption(socket, ws2::kLevelSocket, ws2::kOptionError, &number);
+  int length = sizeof(number);
+  const int result =
+      get(socket, ws2::kLevelSocket, ws2::kOptionError, reinterpret_cast<LPSTR>(&number), &length);
+  if (trace::Active()) trace::TracePendingError(socket, &number, &length, result);
   return result == 0 ? number : ws2::kSocketError;
 }
 
@@ -126,19 +140,37 @@ ReadyResult WaitSocket(ws2::Socket socket, ReadyFor condition, const ws2::TimeVa
 int SendBytes(ws2::Socket socket, const void* bytes, int count) {
   const ws2::SendFn send = Sockets().send;
   if (send == nullptr) return SocketsNotInitialized();
-  return send(socket, static_cast<LPCSTR>(bytes), count, 0);
+  const int result = send(socket, static_cast<LPCSTR>(bytes), count, 0);
+  if (trace::Active()) trace::TraceSend(socket, bytes, count, result);
+  return result;
 }
 
 int ReceiveBytes(ws2::Socket socket, void* bytes, int capacity) {
   const ws2::RecvFn receive = Sockets().recv;
   if (receive == nullptr) return SocketsNotInitialized();
-  return receive(socket, static_cast<LPSTR>(bytes), capacity, 0);
+  const int result = receive(socket, static_cast<LPSTR>(bytes), capacity, 0);
+  if (trace::Active()) trace::TraceReceive(socket, bytes, capacity, result);
+  return result;
 }
 
 int RequestNotifications(ws2::Socket socket, HWND window, UINT message, LONG events) {
   const ws2::AsyncSelectFn request = Sockets().WSAAsyncSelect;
   if (request == nullptr) return SocketsNotInitialized();
-  return request(socket, window, message, events);
+  const int result = request(socket, window, message, events);
+  if (trace::Active()) trace::TraceNotifications(socket, window, message, events, result);
+  return result;
+}
+
+void TraceConnectFailure(ws2::Socket socket, const SocketAddress& address) {
+  if (trace::Active()) trace::TraceConnect(socket, address, ws2::kSocketError);
+}
+
+void TraceWait(ReadyFor condition, const ws2::TimeVal* timeout, int result) {
+  if (!trace::Active()) return;
+  const ws2::FdSet set{};
+  trace::TraceSelect(condition == ReadyFor::kRead ? &set : nullptr,
+                     condition == ReadyFor::kRead ? nullptr : &set,
+                     condition == ReadyFor::kConnect ? &set : nullptr, timeout, result);
 }
 
 }  // namespace qv

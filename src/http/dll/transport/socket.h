@@ -38,8 +38,15 @@ struct ReadyResult {
   int count;       // 1 or more: ready; 0: the time is over; -1: failure
   bool exception;  // the connect has failed; PendingError tells why
 };
-// Waits for at most the time given, or without limit for NULL.
+// Waits for at most the time given, or without limit for NULL. It leaves no line in the trace log,
+// since a wait of the library consists of several.
 ReadyResult WaitSocket(ws2::Socket socket, ReadyFor condition, const ws2::TimeVal* timeout);
+
+// The line of a connect that failed in the background, with the thread's socket error.
+void TraceConnectFailure(ws2::Socket socket, const SocketAddress& address);
+
+// The line of a whole wait.
+void TraceWait(ReadyFor condition, const ws2::TimeVal* timeout, int result);
 
 // Both return the bytes moved, which may be fewer than asked; 0 received means that the peer
 // closed.

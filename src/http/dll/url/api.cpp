@@ -1,30 +1,13 @@
-// Exported functions: URLs.
-#include <algorithm>
-
+// Exported functions: URLs and host names.
 #include "frame/boundary.h"
 #include "frame/text.h"
 #include "frame/wide.h"
-#include "platform/kernel32.h"
-#include "transport/resolver.h"
+#include "qvhttp12.h"
+#include "url/quiet_boundary.h"
 #include "url/url_composer.h"
 #include "url/url_parser.h"
 #include "url/url_record.h"
-
-namespace {
-
-constexpr std::size_t kLongestHostName = 1024;
-constexpr std::size_t kShortestUrl = 7;
-constexpr std::size_t kLongestAddress = 63;
-
-// The host of a name that may be a URL.
-qv::Result<std::string> HostOf(std::string_view name) {
-  if (qv::CheckUrl(name) == 0) return std::string(name);
-  const std::optional<qv::Url> url = qv::ParseUrl(name, HTTP_URLOPT_NORMALIZE);
-  if (!url) return qv::Error(QV_ERROR_INVALID_HOSTNAME);
-  return url->host;
-}
-
-}  // namespace
+#include "url/validation.h"
 
 DWORD WINAPI HttpCheckUrlA(LPCSTR lpszURL) QV_NOEXCEPT { return qv::CheckUrl(qv::TextOf(lpszURL)); }
 
@@ -32,55 +15,44 @@ BOOL WINAPI HttpParseUrlA(LPCSTR lpszURL, DWORD dwOptions,
                           LPHTTPURLCOMPONENTSA* lppUrl) QV_NOEXCEPT {
   if (lppUrl == nullptr) return FALSE;
   *lppUrl = nullptr;
-  return qv::Boundary<BOOL>(FALSE, [&]() -> qv::Result<BOOL> {
-    const std::optional<qv::Url> url = qv::ParseUrl(qv::TextOf(lpszURL), dwOptions);
-    if (!url) return FALSE;
-    *lppUrl = qv::MakeUrlRecord(*url, qv::TextOf(lpszURL).size());
-    return *lppUrl != nullptr ? TRUE : FALSE;
+  return qv::QuietBoundary<BOOL>(FALSE, [&]() -> BOOL {
+    const std::string_view text = qv::TextOf(lpszURL);
+    const std::optional<qv::Url> url = qv::ParseUrl(text, dwOptions);
+    if (url) *lppUrl = qv::NewUrlRecordA(*url, text.size());
+    return *lppUrl != nullptr;
   });
 }
 
 BOOL WINAPI HttpFreeUrlA(LPHTTPURLCOMPONENTSA lpUrl) QV_NOEXCEPT {
-  return lpUrl != nullptr && LocalFree(lpUrl) == nullptr ? TRUE : FALSE;
+  return qv::FreeUrlRecord(lpUrl);
 }
 
 INT WINAPI HttpCreateUrlA(LPHTTPURLCOMPONENTSA lpUrl, DWORD dwOptions, LPSTR lpszURL,
                           INT nMaxLength) QV_NOEXCEPT {
-  return qv::Boundary<INT>(0, [&]() -> qv::Result<INT> {
-    if (lpUrl == nullptr || lpszURL == nullptr || nMaxLength <= 0) return 0;
+  if (lpUrl == nullptr || lpszURL == nullptr || nMaxLength <= 0) return 0;
+  return qv::QuietBoundary<INT>(0, [&]() -> INT {
     const std::optional<std::string> text =
         qv::CreateUrl(qv::UrlOfRecord(*lpUrl), dwOptions, nMaxLength);
-    return text ? qv::CopyText(*text, lpszURL, nMaxLength) : 0;
+    return qv::CopyText(text.value_or(""), lpszURL, nMaxLength);
   });
 }
 
 BOOL WINAPI HttpValidateUrlA(LPCSTR lpszURL) QV_NOEXCEPT {
   return qv::Boundary<BOOL>(FALSE, [&]() -> qv::Result<BOOL> {
-    const std::string_view text = qv::TrimLeft(qv::TextOf(lpszURL));
-    const bool known = text.size() >= kShortestUrl && (qv::StartsWithNoCase(text, "http://") ||
-                                                       qv::StartsWithNoCase(text, "https://"));
-    if (!known) return qv::Error(QV_ERROR_INVALID_RESOURCE);
-    const std::optional<qv::Url> url = qv::ParseUrl(text, HTTP_URLOPT_NORMALIZE);
-    if (!url) return qv::Error(QV_ERROR_INVALID_RESOURCE);
-    qv::Result<qv::InternetAddress> address = qv::ResolveHost(url->host.c_str(), 0);
-    if (!address) return address.error();
+    if (qv::Error error = qv::ValidateUrl(qv::TextOf(lpszURL))) return error;
     return TRUE;
   });
 }
 
 BOOL WINAPI HttpValidateHostNameA(LPCSTR lpszHostName, LPSTR lpszAddress,
                                   INT nMaxLength) QV_NOEXCEPT {
+  qv::CopyText({}, lpszAddress, nMaxLength);
   return qv::Boundary<BOOL>(FALSE, [&]() -> qv::Result<BOOL> {
-    qv::CopyText({}, lpszAddress, nMaxLength);
-    const std::string_view name = qv::TextOf(lpszHostName);
-    if (name.empty() || name.size() > kLongestHostName) return qv::Error(QV_ERROR_INVALID_HOSTNAME);
-    qv::Result<std::string> host = HostOf(name);
-    if (!host) return host.error();
-    qv::Result<qv::InternetAddress> address = qv::ResolveHost(host->c_str(), 0);
+    const qv::Result<qv::InternetAddress> address = qv::ValidateHostName(qv::TextOf(lpszHostName));
     if (!address) return address.error();
     if (lpszAddress == nullptr || nMaxLength < 1) return TRUE;
-    const std::optional<std::string> text = qv::AddressToText(address->family, address->bytes);
-    if (!text || text->size() > kLongestAddress) return qv::Error(QV_ERROR_INVALID_HOSTADDRESS);
+    const auto text = qv::AddressToText(address->family, address->bytes);
+    if (!text) return qv::Error(QV_ERROR_INVALID_HOSTADDRESS);
     qv::CopyText(*text, lpszAddress, nMaxLength);
     return TRUE;
   });

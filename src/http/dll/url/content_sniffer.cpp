@@ -7,18 +7,18 @@
 namespace qv {
 namespace {
 
-constexpr std::size_t kLongestScan = 4096;
-constexpr INT kBinaryData = 1;
-constexpr INT kTextData = 2;
+constexpr std::size_t kMostScanned = 4096;
+constexpr char kFirstPrintable = ' ';
+constexpr char kLastPrintable = '~';
+constexpr std::string_view kXmlOpening = "<?";
 
-bool IsBinary(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  if (byte > 126) return true;
-  return byte < 32 && c != '\b' && c != '\t' && c != '\n' && c != '\r';
+bool IsTextByte(char c) {
+  if (c == '\b' || c == '\t' || c == '\n' || c == '\r') return true;
+  return c >= kFirstPrintable && c <= kLastPrintable;
 }
 
-std::string_view TextType(std::string_view text) {
-  if (text.size() > 2 && text.starts_with("<?")) return "application/xml";
+std::string_view GuessTextType(std::string_view text) {
+  if (text.size() > kXmlOpening.size() && text.starts_with(kXmlOpening)) return "application/xml";
   if (text.starts_with('[') || text.starts_with('{')) return "application/json";
   return "text/plain";
 }
@@ -27,11 +27,12 @@ std::string_view TextType(std::string_view text) {
 
 SniffedType SniffContentType(std::string_view data) {
   if (data.empty()) return {};
-  const std::string_view scanned = TrimLeft(data).substr(0, kLongestScan);
-  if (std::any_of(scanned.begin(), scanned.end(), IsBinary)) {
-    return {kBinaryData, "application/octet-stream"};
+  const std::string_view text = TrimLeft(data);
+  const std::string_view scanned = text.substr(0, kMostScanned);
+  if (!std::all_of(scanned.begin(), scanned.end(), IsTextByte)) {
+    return {kSniffedBinary, "application/octet-stream"};
   }
-  return {kTextData, TextType(scanned)};
+  return {kSniffedText, GuessTextType(text)};
 }
 
 }  // namespace qv

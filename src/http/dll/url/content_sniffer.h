@@ -1,4 +1,4 @@
-// Guessing the media type of data.
+// Guesses the media type of data by looking at it.
 #ifndef QV_URL_CONTENT_SNIFFER_H_
 #define QV_URL_CONTENT_SNIFFER_H_
 
@@ -8,12 +8,15 @@
 
 namespace qv {
 
+inline constexpr INT kSniffedNothing = 0;
+inline constexpr INT kSniffedBinary = 1;
+inline constexpr INT kSniffedText = 2;
+
 struct SniffedType {
-  INT kind = 0;  // 0: no data, 1: binary, 2: text
-  std::string_view media_type;
+  INT kind = kSniffedNothing;
+  std::string_view media_type;  // empty when there is no data
 };
 
-// Looks at no more than the first 4096 bytes behind white space.
 SniffedType SniffContentType(std::string_view data);
 
 }  // namespace qv

@@ -1,7 +1,6 @@
 #include "url/content_type.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "frame/text.h"
 #include "url/extension_table.h"
@@ -10,7 +9,8 @@ namespace qv {
 namespace {
 
 constexpr std::size_t kLongestMediaType = 127;
-constexpr std::string_view kUnknownFileType = "application/octet-stream";
+constexpr std::size_t kDrivePrefix = 2;  // letter and colon
+constexpr std::string_view kBinaryType = "application/octet-stream";
 
 struct TopLevelType {
   std::string_view name;
@@ -26,7 +26,7 @@ constexpr TopLevelType kTopLevelTypes[] = {
 };
 
 // Text, whatever their top-level type says.
-constexpr std::string_view kTextTypes[] = {
+constexpr std::string_view kTextLikeTypes[] = {
     "application/base64",
     "application/hta",
     "application/json",
@@ -40,39 +40,42 @@ constexpr std::string_view kTextTypes[] = {
     "message/rfc822",
 };
 
-// The last part of a path, whatever its separators.
-std::string_view NameOf(std::string_view path) {
-  std::size_t end = path.rfind('\\');
-  if (end == path.npos) end = path.rfind('/');
-  if (end == path.npos && path.size() >= 3 && path[1] == ':') end = 1;
-  return end == path.npos ? path : path.substr(end + 1);
+std::string_view WithoutFolder(std::string_view name) {
+  for (const char separator : {'\\', '/'}) {
+    const std::size_t at = name.rfind(separator);
+    if (at != name.npos) return name.substr(at + 1);
+  }
+  if (name.size() > kDrivePrefix && name[1] == ':') name.remove_prefix(kDrivePrefix);
+  return name;
+}
+
+// With the dot; empty when there is none.
+std::string_view ExtensionOf(std::string_view name) {
+  const std::size_t dot = name.rfind('.');
+  return dot == name.npos ? std::string_view() : name.substr(dot);
 }
 
 }  // namespace
 
 INT ClassifyContentType(std::string_view media_type) {
-  media_type = TrimLeft(media_type).substr(0, kLongestMediaType);
-  media_type = media_type.substr(0, media_type.find_first_of(" ;"));
-  const bool is_text =
-      std::any_of(std::begin(kTextTypes), std::end(kTextTypes),
-                  [&](std::string_view type) { return EqualsNoCase(type, media_type); });
-  if (is_text) return HTTP_CONTENT_TEXT;
-  const std::string_view top = media_type.substr(0, media_type.find('/'));
-  const auto* found =
-      std::find_if(std::begin(kTopLevelTypes), std::end(kTopLevelTypes),
-                   [&](const TopLevelType& type) { return EqualsNoCase(type.name, top); });
-  return found != std::end(kTopLevelTypes) ? found->content_class : HTTP_CONTENT_UNKNOWN;
+  std::string_view type = TrimLeft(media_type).substr(0, kLongestMediaType);
+  type = type.substr(0, type.find_first_of(" ;"));
+  const auto equals_type = [&](std::string_view other) { return EqualsNoCase(type, other); };
+  if (std::any_of(std::begin(kTextLikeTypes), std::end(kTextLikeTypes), equals_type)) {
+    return HTTP_CONTENT_TEXT;
+  }
+  type = type.substr(0, type.find('/'));
+  for (const TopLevelType& top_level : kTopLevelTypes) {
+    if (EqualsNoCase(type, top_level.name)) return top_level.content_class;
+  }
+  return HTTP_CONTENT_UNKNOWN;
 }
 
 ContentType ContentTypeOfFile(std::string_view file_name) {
-  const std::string_view name = NameOf(file_name);
-  const std::size_t dot = name.rfind('.');
-  if (dot != name.npos && dot + 1 < name.size()) {
-    const std::string_view type = MediaTypeOfExtension(name.substr(dot));
-    const INT content_class = ClassifyContentType(type);
-    if (content_class != HTTP_CONTENT_UNKNOWN) return {content_class, std::string(type)};
-  }
-  return {HTTP_CONTENT_BINARY, std::string(kUnknownFileType)};
+  const std::string_view type = MediaTypeOfExtension(ExtensionOf(WithoutFolder(file_name)));
+  const INT content_class = ClassifyContentType(type);
+  if (content_class != HTTP_CONTENT_UNKNOWN) return {content_class, std::string(type)};
+  return {HTTP_CONTENT_BINARY, std::string(kBinaryType)};
 }
 
 }  // namespace qv

@@ -1,4 +1,4 @@
-// Media types: their classes, and the types of files.
+// Media types: their class, and the type of a local file by its extension.
 #ifndef QV_URL_CONTENT_TYPE_H_
 #define QV_URL_CONTENT_TYPE_H_
 
@@ -9,16 +9,16 @@
 
 namespace qv {
 
-// The class (HTTP_CONTENT_*) of a media type; parameters behind it do not count.
+// The class (HTTP_CONTENT_*) of a media type, with or without parameters.
 INT ClassifyContentType(std::string_view media_type);
 
 struct ContentType {
-  INT content_class = HTTP_CONTENT_UNKNOWN;
+  INT content_class;
   std::string media_type;
 };
 
-// The media type that the extension of a file name stands for; application/octet-stream for names
-// without a known one.
+// By extension; "application/octet-stream" for one that is not known. Backslash and slash both
+// separate folders, and "C:" may come before the name.
 ContentType ContentTypeOfFile(std::string_view file_name);
 
 }  // namespace qv

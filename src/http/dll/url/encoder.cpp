@@ -1,7 +1,5 @@
 #include "url/encoder.h"
 
-#include <algorithm>
-#include <cstdint>
 #include <limits>
 
 #include "frame/text.h"
@@ -9,26 +7,39 @@
 namespace qv {
 namespace {
 
+constexpr char kFirstPrintable = 33;
+constexpr char kLastPrintable = 126;
 constexpr std::string_view kSpecialCharacters = "\"#%<>?[\\]^`{|}";
-constexpr std::string_view kBase64Digits =
+constexpr std::size_t kEscapeLength = 3;  // "%" and two digits
+constexpr std::string_view kEscapeDigits = "0123456789abcdef";
+
+constexpr std::string_view kBase64Alphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-constexpr std::string_view kHexDigits = "0123456789abcdef";
-constexpr INT kEscapeRoom = 4;  // "%xx" and the terminator
-constexpr std::size_t kLongestInput = std::numeric_limits<INT>::max() / 3 - 512;
+constexpr std::size_t kBase64InputGroup = 3;
+constexpr std::size_t kBase64OutputGroup = 4;
+constexpr unsigned kBase64DigitBits = 6;
+constexpr unsigned kBase64DigitMask = 0x3F;
 
-constexpr bool IsPrintable(char c) { return c > 32 && c < 127; }
+constexpr unsigned kByteBits = 8;
+constexpr unsigned kHalfByteBits = 4;
+constexpr unsigned kHalfByteMask = 0x0F;
 
-bool StartsEscape(std::string_view text) {
-  return text.size() >= 3 && text[0] == '%' && HexValue(text[1]) >= 0 && HexValue(text[2]) >= 0;
+constexpr bool IsPrintable(char c) { return c >= kFirstPrintable && c <= kLastPrintable; }
+constexpr bool IsSpecial(char c) { return kSpecialCharacters.find(c) != std::string_view::npos; }
+
+bool StartsWithEscape(std::string_view text) {
+  return text.size() >= kEscapeLength && text[0] == '%' && HexValue(text[1]) >= 0 &&
+         HexValue(text[2]) >= 0;
 }
 
-// Whether the first character of `rest` is copied as it is.
+// Whether the first character of `rest` goes into the output as it is.
 bool IsCopied(EncodeMode mode, std::string_view rest) {
   const char c = rest.front();
-  if (!IsPrintable(c)) return c == ' ' && mode == EncodeMode::kXml;
+  if (c == ' ') return mode == EncodeMode::kXml;
+  if (!IsPrintable(c)) return false;
   switch (c) {
     case '%':
-      return StartsEscape(rest);
+      return StartsWithEscape(rest);
     case '&':
     case '=':
       return mode != EncodeMode::kPath;
@@ -38,91 +49,91 @@ bool IsCopied(EncodeMode mode, std::string_view rest) {
     case '/':
       return mode != EncodeMode::kData;
     default:
-      return kSpecialCharacters.find(c) == kSpecialCharacters.npos;
+      return !IsSpecial(c);
   }
 }
 
-Result<INT> EncodePercent(EncodeMode mode, std::string_view input, LPSTR output, INT capacity) {
-  INT count = 0;
+Result<INT> EncodePercent(EncodeMode mode, std::string_view input, LPSTR output,
+                          std::size_t capacity) {
+  std::size_t count = 0;
   for (; !input.empty(); input.remove_prefix(1)) {
-    if (count >= capacity) return Error();
-    const auto byte = static_cast<unsigned char>(input.front());
+    const std::size_t room = capacity - count - 1;  // besides the terminator
+    const char c = input.front();
     if (IsCopied(mode, input)) {
-      output[count++] = input.front();
-      continue;
+      if (room == 0) return kNoError;
+      output[count++] = c;
+    } else {
+      if (room < kEscapeLength) return Error(QV_ERROR_BUFFER_TOO_SMALL);
+      const unsigned byte = static_cast<unsigned char>(c);
+      output[count++] = '%';
+      output[count++] = kEscapeDigits[byte >> kHalfByteBits];
+      output[count++] = kEscapeDigits[byte & kHalfByteMask];
     }
-    if (capacity - count < kEscapeRoom) return Error(QV_ERROR_BUFFER_TOO_SMALL);
-    output[count++] = '%';
-    output[count++] = kHexDigits[byte >> 4];
-    output[count++] = kHexDigits[byte & 0xF];
   }
-  if (count >= capacity) return Error();
   output[count] = '\0';
-  return count;
+  return static_cast<INT>(count);
 }
 
-// The four digits of up to three bytes.
-void EncodeGroup(std::string_view bytes, char (&digits)[4]) {
-  uint32_t group = 0;
-  for (std::size_t i = 0; i < 3; ++i) {
-    group = group << 8 | (i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0u);
-  }
-  for (std::size_t i = 0; i < 4; ++i) {
-    const std::size_t digit = group >> (18 - 6 * i) & 0x3F;
-    digits[i] = i <= bytes.size() ? kBase64Digits[digit] : '=';
-  }
-}
-
-Result<INT> EncodeBase64(std::string_view input, LPSTR output, INT capacity) {
-  INT count = 0;
+Result<INT> EncodeBase64(std::string_view input, LPSTR output, std::size_t capacity) {
+  std::size_t count = 0;
   while (!input.empty()) {
-    char digits[4];
-    EncodeGroup(input.substr(0, 3), digits);
-    input.remove_prefix(std::min<std::size_t>(3, input.size()));
-    if (capacity - count <= 4) return Error();
-    for (char digit : digits) output[count++] = digit;
+    if (capacity - count <= kBase64OutputGroup) return kNoError;
+    const std::string_view group = input.substr(0, kBase64InputGroup);
+    input.remove_prefix(group.size());
+    unsigned bits = 0;
+    for (std::size_t i = 0; i < kBase64InputGroup; ++i) {
+      bits = bits << kByteBits | (i < group.size() ? static_cast<unsigned char>(group[i]) : 0u);
+    }
+    // One more digit than there are bytes, then padding.
+    for (std::size_t i = 0; i < kBase64OutputGroup; ++i) {
+      const auto shift = static_cast<unsigned>(kBase64OutputGroup - 1 - i) * kBase64DigitBits;
+      output[count++] = i <= group.size() ? kBase64Alphabet[bits >> shift & kBase64DigitMask] : '=';
+    }
   }
   output[count] = '\0';
-  return count;
+  return static_cast<INT>(count);
 }
 
 }  // namespace
 
 Result<INT> Encode(EncodeMode mode, std::string_view input, LPSTR output, INT capacity) {
-  if (output == nullptr || capacity < 1 || input.data() == nullptr) return Error();
-  *output = '\0';
-  if (input.empty()) return 0;
-  if (static_cast<std::size_t>(capacity) < input.size() + input.size() / 2 + 1) return Error();
+  if (input.data() == nullptr || output == nullptr || capacity < 1) return kNoError;
+  const auto room = static_cast<std::size_t>(capacity);
+  if (input.empty()) {
+    *output = '\0';
+    return 0;
+  }
+  if (room < input.size() + input.size() / 2 + 1) return kNoError;
   switch (mode) {
     case EncodeMode::kBase64:
-      return EncodeBase64(input, output, capacity);
+      return EncodeBase64(input, output, room);
     case EncodeMode::kPath:
     case EncodeMode::kData:
     case EncodeMode::kXml:
-      return EncodePercent(mode, input, output, capacity);
+      return EncodePercent(mode, input, output, room);
   }
-  return Error();
+  return kNoError;
 }
 
-std::optional<std::string> EncodeText(EncodeMode mode, std::string_view input) {
-  if (input.empty()) return std::string();
-  if (input.size() > kLongestInput) return std::nullopt;
-  constexpr std::size_t kSpare = 8;
-  std::string text(input.size() * 3 + kSpare, '\0');
-  Result<INT> length = Encode(mode, input, text.data(), static_cast<INT>(text.size()));
-  if (!length) return std::nullopt;
-  text.resize(static_cast<std::size_t>(*length));
-  return text;
+std::optional<std::string> EncodeText(EncodeMode mode, std::string_view text) {
+  if (text.empty()) return std::string();
+  constexpr std::size_t kLongest = std::numeric_limits<INT>::max() / kBase64OutputGroup - 1;
+  if (text.size() > kLongest) return std::nullopt;
+  const std::size_t length =
+      mode == EncodeMode::kBase64
+          ? (text.size() + kBase64InputGroup - 1) / kBase64InputGroup * kBase64OutputGroup
+          : text.size() * kEscapeLength;
+  std::string encoded(length + 1, '\0');
+  const Result<INT> written = Encode(mode, text, encoded.data(), static_cast<INT>(encoded.size()));
+  if (!written) return std::nullopt;
+  encoded.resize(static_cast<std::size_t>(*written));
+  return encoded;
 }
 
 bool NeedsEncoding(std::string_view text) {
   for (; !text.empty(); text.remove_prefix(1)) {
     const char c = text.front();
-    if (c == '%') {
-      if (!StartsEscape(text)) return true;
-    } else if (!IsPrintable(c) || kSpecialCharacters.find(c) != kSpecialCharacters.npos) {
-      return true;
-    }
+    if (c == '%' ? !StartsWithEscape(text) : !IsPrintable(c) || IsSpecial(c)) return true;
   }
   return false;
 }

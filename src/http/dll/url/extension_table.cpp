@@ -1,19 +1,16 @@
 #include "url/extension_table.h"
 
-#include <algorithm>
-
 #include "frame/text.h"
 
 namespace qv {
 namespace {
 
-struct MediaType {
-  std::string_view name;
-  std::string_view extensions;  // separated by one space
+struct Group {
+  std::string_view media_type;
+  std::string_view extensions;  // separated by single spaces
 };
 
-// One line for each media type; the first extension that matches wins.
-constexpr MediaType kMediaTypes[] = {
+constexpr Group kGroups[] = {
     {"application/base64", ".b64 .mm .mme"},
     {"application/epub+zip", ".epub"},
     {"application/hta", ".hta"},
@@ -201,22 +198,19 @@ constexpr MediaType kMediaTypes[] = {
     {"video/x-sgi-movie", ".movie"},
 };
 
-bool Lists(std::string_view extensions, std::string_view extension) {
-  while (!extensions.empty()) {
-    const std::size_t end = std::min(extensions.find(' '), extensions.size());
-    if (EqualsNoCase(extensions.substr(0, end), extension)) return true;
-    extensions.remove_prefix(std::min(end + 1, extensions.size()));
-  }
-  return false;
-}
-
 }  // namespace
 
 std::string_view MediaTypeOfExtension(std::string_view extension) {
-  const auto* found =
-      std::find_if(std::begin(kMediaTypes), std::end(kMediaTypes),
-                   [&](const MediaType& type) { return Lists(type.extensions, extension); });
-  return found != std::end(kMediaTypes) ? found->name : std::string_view();
+  if (extension.size() < 2) return {};
+  for (const Group& group : kGroups) {
+    std::string_view rest = group.extensions;
+    while (!rest.empty()) {
+      const std::string_view candidate = rest.substr(0, rest.find(' '));
+      if (EqualsNoCase(candidate, extension)) return group.media_type;
+      rest = TrimLeft(rest.substr(candidate.size()));
+    }
+  }
+  return {};
 }
 
 }  // namespace qv

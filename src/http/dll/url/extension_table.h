@@ -1,4 +1,4 @@
-// Media types of file name extensions.
+// The media types that file extensions stand for.
 #ifndef QV_URL_EXTENSION_TABLE_H_
 #define QV_URL_EXTENSION_TABLE_H_
 
@@ -6,7 +6,7 @@
 
 namespace qv {
 
-// The media type of an extension with its dot, without case; empty for an unknown one.
+// The extension comes with its dot and is compared without case. Empty when it is not known.
 std::string_view MediaTypeOfExtension(std::string_view extension);
 
 }  // namespace qv

@@ -1,6 +1,9 @@
 #include "url/url_record.h"
 
 #include <algorithm>
+#include <cassert>
+#include <cstddef>
+#include <string_view>
 
 #include "frame/text.h"
 #include "frame/wide.h"
@@ -9,77 +12,96 @@
 namespace qv {
 namespace {
 
-static_assert(sizeof(HTTPURLCOMPONENTSA) == 48);
-static_assert(sizeof(HTTPURLCOMPONENTSW) == 48);
-
-// Room for the terminators and for the "/" of a URL without path.
+// Characters behind the strings that a record has in any case. A text that is cut into the five
+// parts needs six more than its own length: a terminator for each, and a "/" for a missing path.
 constexpr std::size_t kSpareCharacters = 128;
 
-std::string Converted(std::string_view text, char /*tag*/) { return std::string(text); }
-std::u16string Converted(std::string_view text, char16_t /*tag*/) { return WideFromUtf8(text); }
+constexpr std::size_t kHeaderBytes = 48;
 
-// Packs texts one after another behind the record.
+template <class Record>
+constexpr bool HasInterfaceLayout() {
+  return sizeof(Record) == kHeaderBytes && offsetof(Record, nScheme) == 0 &&
+         offsetof(Record, nPort) == 4 && offsetof(Record, lpszHostName) == 8 &&
+         offsetof(Record, lpszResource) == 16 && offsetof(Record, lpszQuery) == 24 &&
+         offsetof(Record, lpszUserName) == 32 && offsetof(Record, lpszPassword) == 40;
+}
+static_assert(HasInterfaceLayout<HTTPURLCOMPONENTSA>());
+static_assert(HasInterfaceLayout<HTTPURLCOMPONENTSW>());
+
+// Packs strings one after another into the block behind a header.
 template <class Char>
-class Packer {
+class StringPacker {
  public:
-  explicit Packer(Char* start) : next_(start) {}
+  StringPacker(void* behind_header, std::size_t capacity)
+      : next_(static_cast<Char*>(behind_header)), left_(capacity) {}
 
-  Char* Add(std::string_view text) {
-    const auto converted = Converted(text, Char{});
-    Char* packed = next_;
-    next_ = std::copy(converted.begin(), converted.end(), next_);
+  Char* Add(std::basic_string_view<Char> text) {
+    assert(text.size() < left_);
+    Char* const start = next_;
+    next_ = std::copy(text.begin(), text.end(), next_);
     *next_++ = Char{};
-    return packed;
-  }
-  Char* Add(const std::optional<std::string>& text) {
-    return text ? Add(std::string_view(*text)) : nullptr;
+    left_ -= text.size() + 1;
+    return start;
   }
 
  private:
   Char* next_;
+  std::size_t left_;
 };
 
-template <class Record, class Char>
-Record* MakeRecord(const Url& url, std::size_t text_length) {
-  const std::size_t bytes = sizeof(Record) + (text_length + kSpareCharacters) * sizeof(Char);
-  auto* record = static_cast<Record*>(LocalAlloc(LPTR, bytes));
+// `convert` turns a part into a string of the record's characters.
+template <class Record, class Char, class Convert>
+Record* NewRecord(const Url& url, std::size_t text_length, Convert convert) {
+  const std::size_t capacity = text_length + kSpareCharacters;
+  const auto host = convert(url.host);
+  const auto resource = convert(url.resource);
+  const auto query = convert(url.query.value_or(""));
+  const auto user = convert(url.user.value_or(""));
+  const auto password = convert(url.password.value_or(""));
+
+  // Nothing below can fail, so the block needs no owner before it is handed over.
+  auto* record = static_cast<Record*>(LocalAlloc(LPTR, sizeof(Record) + capacity * sizeof(Char)));
   if (record == nullptr) return nullptr;
-  Packer<Char> packer(reinterpret_cast<Char*>(record + 1));
+  StringPacker<Char> strings(record + 1, capacity);
   record->nScheme = url.scheme;
   record->nPort = url.port;
-  record->lpszHostName = packer.Add(std::string_view(url.host));
-  record->lpszResource = packer.Add(std::string_view(url.resource));
-  record->lpszQuery = packer.Add(url.query);
-  record->lpszUserName = packer.Add(url.user);
-  record->lpszPassword = packer.Add(url.password);
+  record->lpszHostName = strings.Add(host);
+  record->lpszResource = strings.Add(resource);
+  if (url.query) record->lpszQuery = strings.Add(query);
+  if (url.user) record->lpszUserName = strings.Add(user);
+  if (url.password) record->lpszPassword = strings.Add(password);
   return record;
 }
 
-std::optional<std::string> OptionalText(LPCSTR text) {
-  if (TextOf(text).empty()) return std::nullopt;
-  return std::string(text);
+std::string Narrow(LPCSTR text) { return std::string(TextOf(text)); }
+std::string Narrow(LPCWSTR text) { return text == nullptr ? std::string() : Utf8FromWide(text); }
+
+template <class Record>
+Url UrlFrom(const Record& record) {
+  return {record.nScheme,
+          record.nPort,
+          Narrow(record.lpszHostName),
+          Narrow(record.lpszResource),
+          Narrow(record.lpszQuery),
+          Narrow(record.lpszUserName),
+          Narrow(record.lpszPassword)};
 }
 
 }  // namespace
 
-LPHTTPURLCOMPONENTSA MakeUrlRecord(const Url& url, std::size_t text_length) {
-  return MakeRecord<HTTPURLCOMPONENTSA, char>(url, text_length);
+HTTPURLCOMPONENTSA* NewUrlRecordA(const Url& url, std::size_t text_length) {
+  return NewRecord<HTTPURLCOMPONENTSA, char>(url, text_length,
+                                             [](const std::string& part) { return part; });
 }
 
-LPHTTPURLCOMPONENTSW MakeWideUrlRecord(const Url& url, std::size_t text_length) {
-  return MakeRecord<HTTPURLCOMPONENTSW, char16_t>(url, text_length);
+HTTPURLCOMPONENTSW* NewUrlRecordW(const Url& url, std::size_t text_length) {
+  return NewRecord<HTTPURLCOMPONENTSW, char16_t>(
+      url, text_length, [](const std::string& part) { return WideFromUtf8(part); });
 }
 
-Url UrlOfRecord(const HTTPURLCOMPONENTSA& record) {
-  Url url;
-  url.scheme = record.nScheme;
-  url.port = record.nPort;
-  url.host = TextOf(record.lpszHostName);
-  url.resource = TextOf(record.lpszResource);
-  url.query = OptionalText(record.lpszQuery);
-  url.user = OptionalText(record.lpszUserName);
-  url.password = OptionalText(record.lpszPassword);
-  return url;
-}
+bool FreeUrlRecord(void* record) { return record != nullptr && LocalFree(record) == nullptr; }
+
+Url UrlOfRecord(const HTTPURLCOMPONENTSA& record) { return UrlFrom(record); }
+Url UrlOfRecord(const HTTPURLCOMPONENTSW& record) { return UrlFrom(record); }
 
 }  // namespace qv

@@ -1,20 +1,23 @@
-// The public record of a URL's parts.
+// The records in which the exported functions hand over the parts of a URL: one block of local
+// memory with the header and, behind it, its strings.
 #ifndef QV_URL_URL_RECORD_H_
 #define QV_URL_URL_RECORD_H_
 
-#include <string_view>
-
-#include "url/url_parser.h"
+#include "url/url.h"
 
 namespace qv {
 
-// One block of local memory with the record and its texts; NULL when there is no memory.
-// `text_length` is the length of the URL that it was parsed from.
-LPHTTPURLCOMPONENTSA MakeUrlRecord(const Url& url, std::size_t text_length);
-LPHTTPURLCOMPONENTSW MakeWideUrlRecord(const Url& url, std::size_t text_length);
+// Give a record to the caller, who frees it with FreeUrlRecord; NULL without memory. `text_length`
+// is the length of the parsed text in characters of the form.
+HTTPURLCOMPONENTSA* NewUrlRecordA(const Url& url, std::size_t text_length);
+HTTPURLCOMPONENTSW* NewUrlRecordW(const Url& url, std::size_t text_length);
 
-// The parts that a record names; empty texts count as absent.
+// Frees a record of either form; false for NULL.
+bool FreeUrlRecord(void* record);
+
+// The parts in a caller's record; NULL strings are absent.
 Url UrlOfRecord(const HTTPURLCOMPONENTSA& record);
+Url UrlOfRecord(const HTTPURLCOMPONENTSW& record);
 
 }  // namespace qv
 

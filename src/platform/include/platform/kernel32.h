@@ -124,6 +124,7 @@ QVPLATFORM_API DWORD WINAPI FormatMessageA(DWORD flags, LPCVOID source, DWORD me
 inline constexpr DWORD MAX_PATH = 260;
 inline constexpr DWORD GENERIC_READ = 0x80000000u;
 inline constexpr DWORD GENERIC_WRITE = 0x40000000u;
+inline constexpr DWORD FILE_APPEND_DATA = 4;  // writes go to the end of the file
 inline constexpr DWORD FILE_SHARE_READ = 1;
 inline constexpr DWORD FILE_SHARE_WRITE = 2;
 inline constexpr DWORD FILE_SHARE_DELETE = 4;
@@ -184,9 +185,10 @@ QVPLATFORM_API DWORD WINAPI GetFullPathNameW(LPCWSTR name, DWORD capacity, LPWST
                                              LPWSTR* file_part) noexcept;
 
 // ---- Environment and system ------------------------------------------------------------------
-// Expands %NAME% references; unknown names stay as they are. A name is looked up as written, then in
-// upper case; TEMP, TMP, USERPROFILE and APPDATA fall back to the places that Linux has for them. The count of characters with the
-// terminator (which may exceed the capacity, and then nothing usable was written), 0 on failure.
+// Expands %NAME% references; unknown names stay as they are. A name is looked up as written, then
+// in upper case; TEMP, TMP, USERPROFILE and APPDATA fall back to the places that Linux has for
+// them. The count of characters with the terminator (which may exceed the capacity, and then
+// nothing usable was written), 0 on failure.
 QVPLATFORM_API DWORD WINAPI ExpandEnvironmentStringsA(LPCSTR source, LPSTR target,
                                                       DWORD capacity) noexcept;
 QVPLATFORM_API DWORD WINAPI ExpandEnvironmentStringsW(LPCWSTR source, LPWSTR target,

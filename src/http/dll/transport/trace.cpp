@@ -1,0 +1,243 @@
+#include "transport/trace.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "frame/library.h"
+#include "frame/text.h"
+#include "platform/kernel32.h"
+#include "platform/ws2_32.h"
+#include "transport/os_version.h"
+#include "transport/socket_binding.h"
+#include "transport/trace_file.h"
+#include "transport/trace_line.h"
+
+namespace qv::trace {
+namespace {
+
+constexpr std::size_t kMostEntries = 256;
+constexpr std::size_t kNameCapacity = 64;
+constexpr std::size_t kMessageCapacity = 1024;
+constexpr DWORD kFlagDeleteFile = 8;
+constexpr DWORD kFlagProcess = 0x1000;
+
+// One trace: of a thread, or of the process.
+struct Entry {
+  DWORD key = 0;
+  DWORD flags = 0;
+  DWORD last_tick = 0;  // ms, of the previous line
+  int references = 0;
+  std::string name;  // of the program
+  std::string path;  // empty: nothing is written
+};
+
+struct State {
+  std::mutex lock;
+  std::vector<std::optional<Entry>> entries;  // guarded by the lock, like what follows
+  bool process_wide = false;
+};
+
+State& GetState() {
+  static State& state = *new State;
+  return state;
+}
+
+DWORD KeyLocked(const State& state) {
+  return state.process_wide ? GetCurrentProcessId() : GetCurrentThreadId();
+}
+
+Entry* FindLocked(State& state) {
+  const DWORD key = KeyLocked(state);
+  for (std::optional<Entry>& entry : state.entries) {
+    if (entry && entry->key == key) return &*entry;
+  }
+  return nullptr;
+}
+
+// The program's name in upper case, without folder and extensions.
+std::string ProgramName(DWORD key) {
+  char path[MAX_PATH];
+  const DWORD length = GetModuleFileNameA(nullptr, path, MAX_PATH);
+  std::string_view name(path, length < MAX_PATH ? length : 0);
+  name.remove_prefix(name.find_last_of("/\\") + 1);
+  name = name.substr(0, name.find('.')).substr(0, kNameCapacity - 1);
+  if (!name.empty()) return ToUpperCopy(name);
+  char number[16];
+  std::snprintf(number, sizeof(number), "%08X", key);
+  return number;
+}
+
+// Places a new entry in an empty slot; NULL when the table is full.
+Entry* AddLocked(State& state, DWORD flags) {
+  std::optional<Entry>* slot = nullptr;
+  for (std::optional<Entry>& entry : state.entries) {
+    if (!entry) slot = &entry;
+  }
+  if (slot == nullptr) {
+    if (state.entries.size() >= kMostEntries) return nullptr;
+    slot = &state.entries.emplace_back();
+  }
+  const DWORD key = KeyLocked(state);
+  *slot = Entry{key, flags, GetTickCount(), 1, ProgramName(key), {}};
+  ++live_entries;
+  return &**slot;
+}
+
+void RemoveLocked(State& state, const Entry* entry) {
+  for (std::optional<Entry>& slot : state.entries) {
+    if (slot && &*slot == entry) slot.reset();
+  }
+  if (--live_entries == 0) state.entries.clear();
+  state.process_wide = false;
+}
+
+std::string DateAndTime() {
+  SYSTEMTIME now;
+  GetLocalTime(&now);
+  char text[40];
+  std::snprintf(text, sizeof(text), "%02d-%02d-%04d %02d:%02d:%02d", now.wMonth, now.wDay,
+                now.wYear, now.wHour, now.wMinute, now.wSecond);
+  return text;
+}
+
+// What writing a line needs of its entry, so that the file is written outside the lock.
+struct Target {
+  std::string path;
+  LineHead head;
+  DWORD flags = 0;
+};
+
+std::optional<Target> TakeTarget() {
+  State& state = GetState();
+  const std::lock_guard lock(state.lock);
+  const Entry* entry = FindLocked(state);
+  if (entry == nullptr || entry->path.empty()) return std::nullopt;
+  const DWORD elapsed = GetTickCount() - entry->last_tick;
+  return Target{entry->path, {entry->name, entry->key, elapsed}, entry->flags};
+}
+
+void NoteLine() {
+  State& state = GetState();
+  const std::lock_guard lock(state.lock);
+  if (Entry* entry = FindLocked(state)) entry->last_tick = GetTickCount();
+}
+
+void WriteLine(DWORD level, bool failed, std::string_view text) {
+  const int socket_error = LastSocketError();
+  if (const std::optional<Target> target = TakeTarget(); target && !text.empty()) {
+    const std::optional<std::string> line =
+        FormatLine(target->head, target->flags, {level, failed, socket_error}, text);
+    if (line) {
+      AppendToLogFile(target->path, *line);
+      NoteLine();
+    }
+  }
+  RestoreSocketError(socket_error);
+}
+
+void WriteFormatted(DWORD level, bool failed, const char* format, va_list arguments) {
+  char text[kMessageCapacity];
+  std::vsnprintf(text, sizeof(text), format, arguments);
+  WriteLine(level, failed, text);
+}
+
+void WriteStarted(bool process_wide, DWORD key) {
+  OSVERSIONINFOA version{};
+  version.dwOSVersionInfoSize = sizeof(version);
+  QueryOsVersion(&version);
+  WriteMessage(Level::kInformation,
+               "started %s 0x%04lX trace on %s Windows x64-%ld.%ld.%ld [%d.%d.%d]",
+               process_wide ? "process" : "thread", static_cast<unsigned long>(key),
+               DateAndTime().c_str(), static_cast<long>(version.dwMajorVersion),
+               static_cast<long>(version.dwMinorVersion), static_cast<long>(version.dwBuildNumber),
+               kLibraryVersionMajor, kLibraryVersionMinor, kLibraryVersionBuild);
+}
+
+// Takes a reference to the caller's entry, or makes one. `started` tells whether it is new.
+bool EnableEntry(std::string_view file, DWORD flags, bool delete_file, DWORD* key, bool* started) {
+  State& state = GetState();
+  const std::lock_guard lock(state.lock);
+  if ((flags & kFlagProcess) != 0) state.process_wide = true;
+  flags &= ~kFlagProcess;
+  if (flags == 0) flags = kFlagHexDump;
+  Entry* entry = FindLocked(state);
+  *started = entry == nullptr;
+  *key = KeyLocked(state);
+  if (entry == nullptr) {
+    entry = AddLocked(state, flags);
+    if (entry == nullptr) return false;
+  } else if (!file.empty()) {
+    entry->path.clear();
+  }
+  if (*started || !file.empty()) {
+    std::optional<std::string> path = ResolveLogFile(file);
+    if (!path) return false;
+    entry->path = *std::move(path);
+  }
+  if (*started) {
+    if (delete_file) DeleteLogFile(entry->path);
+  } else {
+    entry->flags = flags;
+    ++entry->references;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::atomic<int> live_entries{0};
+
+bool Enable(LPCSTR file, DWORD flags) {
+  const bool delete_file = (flags & kFlagDeleteFile) != 0;
+  DWORD key = 0;
+  bool started = false;
+  if (!EnableEntry(TextOf(file), flags & ~kFlagDeleteFile, delete_file, &key, &started)) {
+    return false;
+  }
+  if (started) WriteStarted((flags & kFlagProcess) != 0, key);
+  return true;
+}
+
+bool Disable() {
+  State& state = GetState();
+  bool process_wide = false;
+  DWORD key = 0;
+  {
+    const std::lock_guard lock(state.lock);
+    Entry* entry = FindLocked(state);
+    if (entry == nullptr) return false;
+    if (--entry->references > 0) return true;
+    process_wide = state.process_wide;
+    key = entry->key;
+  }
+  WriteMessage(Level::kInformation, "stopped %s 0x%04lX trace on %s",
+               process_wide ? "process" : "thread", static_cast<unsigned long>(key),
+               DateAndTime().c_str());
+  const std::lock_guard lock(state.lock);
+  if (const Entry* entry = FindLocked(state)) RemoveLocked(state, entry);
+  return true;
+}
+
+void WriteMessage(Level level, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  WriteFormatted(static_cast<DWORD>(level) & ~kFlagHexDump, false, format, arguments);
+  va_end(arguments);
+}
+
+void WriteCall(bool failed, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  WriteFormatted(static_cast<DWORD>(Level::kCall), failed, format, arguments);
+  va_end(arguments);
+}
+
+void WriteData(std::string_view bytes) {
+  WriteLine(static_cast<DWORD>(Level::kHexDump), false, bytes);
+}
+
+}  // namespace qv::trace
