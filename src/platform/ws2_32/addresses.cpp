@@ -27,7 +27,9 @@ int PlatformFamily(int native) {
 }
 
 int ToNative(const SockAddr* address, int length, NativeAddress& native) {
-  if (address == nullptr) return ::ws2::kErrorFault;
+  if (address == nullptr || length < static_cast<int>(sizeof(address->family))) {
+    return ::ws2::kErrorFault;
+  }
   if (address->family == ::ws2::kFamilyInet) {
     ::ws2::SockAddrIn source;
     if (length < static_cast<int>(sizeof(source))) return ::ws2::kErrorFault;
@@ -94,6 +96,10 @@ LPCSTR AddressToText(int family, LPCVOID address, LPSTR text, SIZE_T capacity) n
   const int native = NativeFamily(family);
   if (native != AF_INET && native != AF_INET6) {
     FailWith(::ws2::kErrorAddressFamily);
+    return nullptr;
+  }
+  if (address == nullptr || text == nullptr) {
+    FailWith(::ws2::kErrorInvalid);
     return nullptr;
   }
   const char* result = inet_ntop(native, address, text, static_cast<socklen_t>(capacity));

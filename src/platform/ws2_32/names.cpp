@@ -1,13 +1,20 @@
 // Names and addresses over the system's resolver.
 #include <netdb.h>
+#include <netinet/in.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "platform/checkpoint.h"
+#include "platform/kernel32.h"
 #include "ws2_32/addresses.h"
 #include "ws2_32/errors.h"
 #include "ws2_32/functions.h"
@@ -15,8 +22,7 @@
 namespace platform::ws2_32 {
 namespace {
 
-constexpr int kNotEnoughMemory = 8;
-
+// The socket error number for a result of the system's resolver.
 int LookUpError(int code) {
   switch (code) {
     case EAI_AGAIN:
@@ -24,11 +30,15 @@ int LookUpError(int code) {
     case EAI_FAIL:
       return ::ws2::kErrorNoRecovery;
     case EAI_MEMORY:
-      return kNotEnoughMemory;
+      return ERROR_NOT_ENOUGH_MEMORY;
     case EAI_FAMILY:
       return ::ws2::kErrorAddressFamily;
     case EAI_BADFLAGS:
       return ::ws2::kErrorInvalid;
+    case EAI_OVERFLOW:
+      return ERROR_INSUFFICIENT_BUFFER;
+    case EAI_SYSTEM:
+      return SocketErrorOf(errno);
     default:
       return ::ws2::kErrorHostNotFound;
   }
@@ -61,7 +71,8 @@ struct ResultNode {
   std::string name;
 };
 
-ResultNode* MakeNode(const addrinfo& native) {
+// The node's record; nothing for an unknown family.
+AddrInfo* MakeNode(const addrinfo& native) {
   auto node = std::make_unique<ResultNode>();
   const int length = FromNative(native.ai_addr, &node->address, sizeof(node->address));
   if (length == 0) return nullptr;
@@ -74,14 +85,33 @@ ResultNode* MakeNode(const addrinfo& native) {
     node->name = native.ai_canonname;
     node->info.canonical_name = node->name.data();
   }
-  return node.release();
+  return &node.release()->info;
 }
 
-}  // namespace
+struct ListDeleter {
+  void operator()(AddrInfo* list) const { FreeLookUp(list); }
+};
+using AddressList = std::unique_ptr<AddrInfo, ListDeleter>;
 
-int LookUp(LPCSTR node, LPCSTR service, const AddrInfo* hints, AddrInfo** result) noexcept {
-  if (result == nullptr) return ::ws2::kErrorFault;
-  *result = nullptr;
+// A list of all results of a known family.
+AddressList MakeList(const addrinfo* native) {
+  AddressList list;
+  AddrInfo* last = nullptr;
+  for (; native != nullptr; native = native->ai_next) {
+    AddrInfo* made = MakeNode(*native);
+    if (made == nullptr) continue;
+    if (last == nullptr) {
+      list.reset(made);
+    } else {
+      last->next = made;
+    }
+    last = made;
+  }
+  return list;
+}
+
+// 0 or a socket error number.
+int Resolve(LPCSTR node, LPCSTR service, const AddrInfo* hints, AddressList& list) {
   if (NeverExists(node)) return ::ws2::kErrorHostNotFound;
   addrinfo native_hints{};
   native_hints.ai_socktype = SOCK_STREAM;
@@ -90,25 +120,63 @@ int LookUp(LPCSTR node, LPCSTR service, const AddrInfo* hints, AddrInfo** result
     native_hints.ai_family = NativeFamily(hints->family);
     if (native_hints.ai_family < 0) return ::ws2::kErrorAddressFamily;
   }
+  Checkpoint();
   addrinfo* native = nullptr;
-  if (const int code = getaddrinfo(node, service, &native_hints, &native); code != 0) {
-    return LookUpError(code);
+  const int code = getaddrinfo(node, service, &native_hints, &native);
+  if (code != 0) {
+    const int error = LookUpError(code);
+    Checkpoint();
+    return error;
   }
   const std::unique_ptr<addrinfo, void (*)(addrinfo*)> owner(native, freeaddrinfo);
   try {
-    AddrInfo** next = result;
-    for (const addrinfo* entry = native; entry != nullptr; entry = entry->ai_next) {
-      ResultNode* made = MakeNode(*entry);
-      if (made == nullptr) continue;
-      *next = &made->info;
-      next = &made->info.next;
-    }
+    list = MakeList(native);
   } catch (const std::bad_alloc&) {
-    FreeLookUp(*result);
-    *result = nullptr;
-    return kNotEnoughMemory;
+    return ERROR_NOT_ENOUGH_MEMORY;
   }
-  return *result != nullptr ? 0 : ::ws2::kErrorHostNotFound;
+  return list ? 0 : ::ws2::kErrorHostNotFound;
+}
+
+// What a lookup by name hands out: the latest one of each thread.
+struct HostRecord {
+  HostEnt entry;
+  std::string name;
+  std::vector<std::array<CHAR, sizeof(in_addr)>> addresses;
+  std::vector<LPSTR> address_list;
+  LPSTR aliases[1];
+};
+
+void Fill(HostRecord& record, LPCSTR name, const AddrInfo* list) {
+  record.name = name;
+  record.addresses.clear();
+  for (; list != nullptr; list = list->next) {
+    const auto* source = reinterpret_cast<const ::ws2::SockAddrIn*>(list->address);
+    std::memcpy(record.addresses.emplace_back().data(), source->address, sizeof(source->address));
+  }
+  record.address_list.clear();
+  for (auto& address : record.addresses) record.address_list.push_back(address.data());
+  record.address_list.push_back(nullptr);
+  record.aliases[0] = nullptr;
+  record.entry = {record.name.data(), record.aliases, ::ws2::kFamilyInet, sizeof(in_addr),
+                  record.address_list.data()};
+}
+
+// The platform's record of a service.
+struct ServiceRecord {
+  LPSTR name;
+  LPSTR* aliases;
+  LPSTR protocol;
+  short port;  // network byte order
+};
+
+}  // namespace
+
+int LookUp(LPCSTR node, LPCSTR service, const AddrInfo* hints, AddrInfo** result) noexcept {
+  AddressList list;
+  const int error = result == nullptr ? ::ws2::kErrorFault : Resolve(node, service, hints, list);
+  if (result != nullptr) *result = list.release();
+  if (error != 0) SetLastSocketError(error);
+  return error;
 }
 
 void FreeLookUp(AddrInfo* list) noexcept {
@@ -123,40 +191,36 @@ void FreeLookUp(AddrInfo* list) noexcept {
 int NameOf(const SockAddr* address, int length, LPSTR host, DWORD host_capacity, LPSTR service,
            DWORD service_capacity, int flags) noexcept {
   NativeAddress native;
-  if (const int error = ToNative(address, length, native); error != 0) return error;
-  const int native_flags =
-      NI_NUMERICSERV | ((flags & ::ws2::kNiNumericHost) != 0 ? NI_NUMERICHOST : 0);
-  const int code = getnameinfo(native.get(), native.length, host, host_capacity, service,
-                               service_capacity, native_flags);
-  return code == 0 ? 0 : LookUpError(code);
+  int error = ToNative(address, length, native);
+  if (error == 0) {
+    Checkpoint();
+    // Services go by number: their names are of no use to callers.
+    const int native_flags =
+        NI_NUMERICSERV | ((flags & ::ws2::kNiNumericHost) != 0 ? NI_NUMERICHOST : 0);
+    const int code = getnameinfo(native.get(), native.length, host, host_capacity, service,
+                                 service_capacity, native_flags);
+    if (code != 0) error = LookUpError(code);
+  }
+  if (error != 0) SetLastSocketError(error);
+  return error;
 }
 
 HostEnt* HostByName(LPCSTR name) noexcept {
-  struct Record {
-    HostEnt entry;
-    std::string name;
-    BYTE address[4];
-    LPSTR addresses[2];
-    LPSTR aliases[1];
-  };
-  thread_local Record record;
+  thread_local HostRecord record;
   AddrInfo hints{};
   hints.family = ::ws2::kFamilyInet;
-  AddrInfo* found = nullptr;
-  if (const int error = LookUp(name, nullptr, &hints, &found); error != 0) {
-    FailWith(error);
-    return nullptr;
+  AddressList list;
+  int error = name != nullptr ? Resolve(name, nullptr, &hints, list) : ::ws2::kErrorFault;
+  if (error == 0) {
+    try {
+      Fill(record, name, list.get());
+      return &record.entry;
+    } catch (const std::bad_alloc&) {
+      error = ERROR_NOT_ENOUGH_MEMORY;
+    }
   }
-  const auto* address = reinterpret_cast<const ::ws2::SockAddrIn*>(found->address);
-  std::memcpy(record.address, address->address, sizeof(record.address));
-  FreeLookUp(found);
-  record.name = name != nullptr ? name : "";
-  record.addresses[0] = reinterpret_cast<LPSTR>(record.address);
-  record.addresses[1] = nullptr;
-  record.aliases[0] = nullptr;
-  record.entry = {record.name.data(), record.aliases, ::ws2::kFamilyInet, sizeof(record.address),
-                  record.addresses};
-  return &record.entry;
+  SetLastSocketError(error);
+  return nullptr;
 }
 
 int HostName(LPSTR name, int capacity) noexcept {
@@ -167,9 +231,19 @@ int HostName(LPSTR name, int capacity) noexcept {
 }
 
 LPVOID ServiceByName(LPCSTR name, LPCSTR protocol) noexcept {
-  servent* entry = name != nullptr ? getservbyname(name, protocol) : nullptr;
-  if (entry == nullptr) FailWith(::ws2::kErrorNoData);
-  return entry;
+  constexpr size_t kTextCapacity = 1024;
+  thread_local char text[kTextCapacity];
+  thread_local ServiceRecord record;
+  servent native;
+  servent* found = nullptr;
+  if (name == nullptr ||
+      getservbyname_r(name, protocol, &native, text, sizeof(text), &found) != 0 ||
+      found == nullptr) {
+    FailWith(::ws2::kErrorNoData);
+    return nullptr;
+  }
+  record = {native.s_name, native.s_aliases, native.s_proto, static_cast<short>(native.s_port)};
+  return &record;
 }
 
 }  // namespace platform::ws2_32

@@ -75,15 +75,15 @@ int SetTimeLimit(Socket socket, int option, DWORD milliseconds) {
   timeval limit{};
   limit.tv_sec = milliseconds / kMillisecondsPerSecond;
   limit.tv_usec = milliseconds % kMillisecondsPerSecond * kMicrosecondsPerMillisecond;
-  const int result = setsockopt(static_cast<int>(socket), SOL_SOCKET, NativeTimeLimit(option),
-                                &limit, sizeof(limit));
+  const int result =
+      setsockopt(Descriptor(socket), SOL_SOCKET, NativeTimeLimit(option), &limit, sizeof(limit));
   return result == 0 ? 0 : FailWithErrno();
 }
 
 int GetTimeLimit(Socket socket, int option, DWORD* milliseconds) {
   timeval limit{};
   socklen_t length = sizeof(limit);
-  if (getsockopt(static_cast<int>(socket), SOL_SOCKET, NativeTimeLimit(option), &limit, &length)) {
+  if (getsockopt(Descriptor(socket), SOL_SOCKET, NativeTimeLimit(option), &limit, &length)) {
     return FailWithErrno();
   }
   *milliseconds = static_cast<DWORD>(limit.tv_sec) * kMillisecondsPerSecond +
@@ -91,37 +91,70 @@ int GetTimeLimit(Socket socket, int option, DWORD* milliseconds) {
   return 0;
 }
 
-// A fixed size would switch the system's own growing off; it is only set where the system would not
-// grow that far.
-bool LeaveToSystem(Socket socket, const IntOption& option, int value) {
-  if (option.native_option == SO_RCVBUF && option.native_level == SOL_SOCKET) {
-    StateOf(socket).receive_buffer = value;
-    return value <= LargestAutomaticReceive();
-  }
-  if (option.native_option == SO_SNDBUF && option.native_level == SOL_SOCKET) {
-    StateOf(socket).send_buffer = value;
-    return value <= LargestAutomaticSend();
-  }
-  return false;
+bool IsBufferSize(int level, int option) {
+  return level == ::ws2::kLevelSocket &&
+         (option == ::ws2::kOptionSendBuffer || option == ::ws2::kOptionReceiveBuffer);
 }
 
-int AtLeastAsked(Socket socket, const IntOption& option, int value) {
-  if (option.native_level != SOL_SOCKET) return value;
-  if (option.native_option == SO_RCVBUF)
-    return std::max(value, StateOf(socket).receive_buffer.load());
-  if (option.native_option == SO_SNDBUF) return std::max(value, StateOf(socket).send_buffer.load());
-  return value;
+// Whether the system keeps the size up to date by itself and reaches the one asked for. A fixed
+// size would end that, and with it hold transfers over long distances to that size per round trip.
+//
+// Sending, a queue of unsent data as long as the system lets it grow is no gain but lives outside
+// the processor's caches (uploads to the same machine take twice the time), so that the size asked
+// for limits this queue; what is under way to the receiver is not limited by it.
+bool LeaveToSystem(int descriptor, int option, int bytes) {
+  if (option == ::ws2::kOptionSendBuffer) {
+    return bytes > 0 && bytes <= LargestAutomaticSend() &&
+           setsockopt(descriptor, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &bytes, sizeof(bytes)) == 0;
+  }
+  int type = 0;
+  socklen_t length = sizeof(type);
+  return bytes <= LargestAutomaticReceive() &&
+         getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &length) == 0 && type == SOCK_STREAM;
 }
 
-// Reading clears it, as on the system.
-int TakeError(Socket socket) {
-  if (const int remembered = StateOf(socket).error.exchange(0); remembered != 0) return remembered;
-  int error = 0;
-  socklen_t length = sizeof(error);
-  if (getsockopt(static_cast<int>(socket), SOL_SOCKET, SO_ERROR, &error, &length) != 0) {
+int SetBufferSize(Socket socket, int option, int bytes) {
+  const bool sending = option == ::ws2::kOptionSendBuffer;
+  if (bytes < 0) return FailWith(::ws2::kErrorInvalid);
+  if (!LeaveToSystem(Descriptor(socket), option, bytes) &&
+      setsockopt(Descriptor(socket), SOL_SOCKET, sending ? SO_SNDBUF : SO_RCVBUF, &bytes,
+                 sizeof(bytes)) != 0) {
     return FailWithErrno();
   }
-  return error == 0 ? 0 : SocketErrorOf(error);
+  SocketState& state = StateOf(socket);
+  (sending ? state.send_buffer : state.receive_buffer) = bytes;
+  return 0;
+}
+
+// There is nothing to set: the system lets everybody reach an IPv6 socket.
+int SetProtectionLevel(Socket socket) {
+  int family = 0;
+  socklen_t length = sizeof(family);
+  if (getsockopt(Descriptor(socket), SOL_SOCKET, SO_DOMAIN, &family, &length) != 0) {
+    return FailWithErrno();
+  }
+  return family == AF_INET6 ? 0 : FailWith(::ws2::kErrorNoProtocolOption);
+}
+
+// The size asked for is reported at least, also where the system has not grown to it yet.
+int AtLeastAsked(Socket socket, int option, int bytes) {
+  const SocketState& state = StateOf(socket);
+  return std::max(bytes, option == ::ws2::kOptionSendBuffer ? state.send_buffer.load()
+                                                            : state.receive_buffer.load());
+}
+
+// A socket error number, -1 on failure. Reading clears it, as on the system.
+int TakeError(Socket socket) {
+  SocketState& state = StateOf(socket);
+  if (const int remembered = state.error.exchange(0); remembered != 0) return remembered;
+  int error = 0;
+  socklen_t length = sizeof(error);
+  if (getsockopt(Descriptor(socket), SOL_SOCKET, SO_ERROR, &error, &length) != 0) {
+    return FailWithErrno();
+  }
+  if (error == 0) return 0;
+  if (state.phase == ConnectPhase::kPending) state.SettleConnect(error);
+  return SocketErrorOf(error);
 }
 
 }  // namespace
@@ -142,11 +175,11 @@ int GetSocketOption(Socket socket, int level, int option, LPSTR value, int* leng
     const IntOption* found = FindIntOption(level, option);
     if (found == nullptr) return FailWith(::ws2::kErrorNoProtocolOption);
     socklen_t native_length = sizeof(number);
-    if (getsockopt(static_cast<int>(socket), found->native_level, found->native_option, &number,
+    if (getsockopt(Descriptor(socket), found->native_level, found->native_option, &number,
                    &native_length) != 0) {
       return FailWithErrno();
     }
-    number = AtLeastAsked(socket, *found, number);
+    if (IsBufferSize(level, option)) number = AtLeastAsked(socket, option, number);
   }
   std::memcpy(value, &number, sizeof(number));
   *length = sizeof(number);
@@ -160,13 +193,15 @@ int SetSocketOption(Socket socket, int level, int option, LPCSTR value, int leng
   }
   std::memcpy(&number, value, sizeof(number));
   if (IsTimeLimit(level, option)) return SetTimeLimit(socket, option, static_cast<DWORD>(number));
-  if (level == ::ws2::kLevelIpv6 && option == ::ws2::kOptionIpv6ProtectionLevel) return 0;
+  if (IsBufferSize(level, option)) return SetBufferSize(socket, option, number);
+  if (level == ::ws2::kLevelIpv6 && option == ::ws2::kOptionIpv6ProtectionLevel) {
+    return SetProtectionLevel(socket);
+  }
   const IntOption* found = FindIntOption(level, option);
-  if (found == nullptr || option == ::ws2::kOptionAcceptConn) {
+  if (found == nullptr || found->native_option == SO_ACCEPTCONN) {
     return FailWith(::ws2::kErrorNoProtocolOption);
   }
-  if (LeaveToSystem(socket, *found, number)) return 0;
-  const int result = setsockopt(static_cast<int>(socket), found->native_level, found->native_option,
+  const int result = setsockopt(Descriptor(socket), found->native_level, found->native_option,
                                 &number, sizeof(number));
   return result == 0 ? 0 : FailWithErrno();
 }
@@ -183,7 +218,7 @@ int ControlSocket(Socket socket, LONG command, ULONG* argument) noexcept {
   } else {
     return FailWith(::ws2::kErrorInvalid);
   }
-  if (ioctl(static_cast<int>(socket), native, &number) != 0) return FailWithErrno();
+  if (ioctl(Descriptor(socket), native, &number) != 0) return FailWithErrno();
   if (command == ::ws2::kIoctlBytesReadable) *argument = static_cast<ULONG>(number);
   return 0;
 }

@@ -69,7 +69,7 @@ int EnumerateProtocols(int* protocols, LPVOID buffer, LPDWORD length) noexcept {
   for (const Provider& provider : kProviders) {
     if (IsAsked(provider, protocols, ipv6)) needed += sizeof(ProtocolInfo);
   }
-  if (buffer == nullptr || *length < needed) {
+  if (*length < needed || (buffer == nullptr && needed > 0)) {
     *length = needed;
     return FailWith(::ws2::kErrorNoBuffers);
   }

@@ -20,97 +20,125 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kSlice{100};  // how long a suspended thread runs on at most
 constexpr int kSetCount = 3;
 
+enum class Purpose { kRead, kWrite, kExcept };
+
+short EventsFor(Purpose purpose) {
+  switch (purpose) {
+    case Purpose::kRead:
+      return POLLIN;
+    case Purpose::kWrite:
+      return POLLOUT;
+    case Purpose::kExcept:
+      return POLLPRI;
+  }
+  return 0;
+}
+
+// Settles a connect in the background that poll() has reported on. Reading the system's error
+// clears it, so that it is kept for kOptionError or the next receive.
+void SettleConnect(Socket socket, short revents) {
+  SocketState& state = StateOf(socket);
+  if (revents == 0 || state.phase != ConnectPhase::kPending) return;
+  int error = 0;
+  if ((revents & (POLLERR | POLLHUP)) != 0) {
+    socklen_t length = sizeof(error);
+    getsockopt(Descriptor(socket), SOL_SOCKET, SO_ERROR, &error, &length);
+    if (error != 0) state.error = SocketErrorOf(error);
+  }
+  state.SettleConnect(error);
+}
+
+bool IsReady(Socket socket, short revents, Purpose purpose) {
+  const bool failed = StateOf(socket).phase == ConnectPhase::kFailed;
+  switch (purpose) {
+    case Purpose::kRead:
+      return !failed && (revents & (POLLIN | POLLHUP | POLLERR)) != 0;
+    case Purpose::kWrite:
+      return !failed && (revents & (POLLOUT | POLLERR)) != 0;
+    case Purpose::kExcept:
+      return failed || (revents & POLLPRI) != 0;
+  }
+  return false;
+}
+
+// The sockets of all three sets, each with what it is watched for.
 class PollList {
  public:
-  void Add(const FdSet* set, short events) {
-    if (set == nullptr) return;
+  // For sets of at most kSetSize; false when one names something that cannot be a socket.
+  bool Add(FdSet* set, Purpose purpose) {
+    if (set == nullptr) return true;
     for (UINT i = 0; i < set->count; ++i) {
-      entries_[count_++] = {static_cast<int>(set->sockets[i]), events, 0};
+      const int descriptor = Descriptor(set->sockets[i]);
+      if (descriptor < 0) return false;
+      items_[count_] = {set->sockets[i], set, purpose};
+      entries_[count_++] = {descriptor, EventsFor(purpose), 0};
     }
+    return true;
   }
 
   bool empty() const { return count_ == 0; }
-  const pollfd& operator[](std::size_t i) const { return entries_[i]; }
   int Poll(int milliseconds) { return ::poll(entries_.data(), count_, milliseconds); }
+
   bool HasBadDescriptor() const {
     return std::any_of(entries_.begin(), entries_.begin() + count_,
                        [](const pollfd& entry) { return (entry.revents & POLLNVAL) != 0; });
   }
 
+  // Turns the answers of poll() into those of select(); how many sockets are ready.
+  int Judge() {
+    for (nfds_t i = 0; i < count_; ++i) SettleConnect(items_[i].socket, entries_[i].revents);
+    int ready = 0;
+    for (nfds_t i = 0; i < count_; ++i) {
+      const short revents = entries_[i].revents;
+      items_[i].ready = revents != 0 && IsReady(items_[i].socket, revents, items_[i].purpose);
+      if (items_[i].ready) {
+        ++ready;
+      } else if (revents != 0) {
+        // An end that this set does not report comes with every further poll: watch it no more.
+        entries_[i].fd = kIgnored;
+      }
+    }
+    return ready;
+  }
+
+  // Fills the (empty) sets with the ready sockets.
+  void Deliver() const {
+    for (nfds_t i = 0; i < count_; ++i) {
+      FdSet& set = *items_[i].set;
+      if (items_[i].ready) set.sockets[set.count++] = items_[i].socket;
+    }
+  }
+
  private:
+  static constexpr int kIgnored = -1;  // poll() skips negative descriptors
+
+  struct Item {
+    Socket socket;
+    FdSet* set;
+    Purpose purpose;
+    bool ready = false;
+  };
+
   std::array<pollfd, kSetCount* ::ws2::kSetSize> entries_;
+  std::array<Item, kSetCount* ::ws2::kSetSize> items_;
   nfds_t count_ = 0;
 };
 
-// Whether the background connect of a socket has failed; remembers the reason.
-bool ConnectFailed(Socket socket) {
-  SocketState& state = StateOf(socket);
-  if (!state.connecting) return state.error != 0;
-  int error = 0;
-  socklen_t length = sizeof(error);
-  getsockopt(static_cast<int>(socket), SOL_SOCKET, SO_ERROR, &error, &length);
-  state.connecting = false;
-  if (error == 0) return false;
-  state.error = SocketErrorOf(error);
-  return true;
-}
-
-bool Failed(Socket socket, short revents) {
-  return (revents & (POLLERR | POLLHUP)) != 0 && ConnectFailed(socket);
-}
-
-enum class Purpose { kRead, kWrite, kExcept };
-
-bool IsReady(Socket socket, short revents, Purpose purpose) {
-  if (Failed(socket, revents)) return purpose == Purpose::kExcept;
-  switch (purpose) {
-    case Purpose::kRead:
-      return (revents & (POLLIN | POLLHUP | POLLERR)) != 0;
-    case Purpose::kWrite:
-      if ((revents & (POLLOUT | POLLERR)) == 0) return false;
-      StateOf(socket).connecting = false;
-      return true;
-    case Purpose::kExcept:
-      return (revents & POLLPRI) != 0;
-  }
-  return false;
-}
-
-// Keeps the ready sockets of a set; their number.
-int Keep(FdSet* set, const PollList& list, std::size_t& next, Purpose purpose) {
-  if (set == nullptr) return 0;
-  UINT kept = 0;
-  for (UINT i = 0; i < set->count; ++i) {
-    const Socket socket = set->sockets[i];
-    if (IsReady(socket, list[next++].revents, purpose)) set->sockets[kept++] = socket;
-  }
-  set->count = kept;
-  return static_cast<int>(kept);
-}
-
-int KeepReady(FdSet* read, FdSet* write, FdSet* except, const PollList& list) {
-  std::size_t next = 0;
-  int count = Keep(read, list, next, Purpose::kRead);
-  count += Keep(write, list, next, Purpose::kWrite);
-  return count + Keep(except, list, next, Purpose::kExcept);
-}
-
-void Clear(FdSet* set) {
-  if (set != nullptr) set->count = 0;
-}
-
-// Polls in slices; the number of descriptors with events, 0 when the time is over, -1 on failure.
-int PollFor(PollList& list, bool limited, Clock::duration time) {
-  const Clock::time_point end = limited ? Clock::now() + time : Clock::time_point::max();
-  auto slice = limited ? std::min<Clock::duration>(time, kSlice) : Clock::duration(kSlice);
+// Polls in slices; how many sockets are ready, 0 when the time is over, -1 on failure.
+int WaitUntil(PollList& list, Clock::time_point end) {
+  auto left = end - Clock::now();
   while (true) {
+    const auto slice = std::clamp<Clock::duration>(left, Clock::duration::zero(), kSlice);
     const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(slice).count();
     const int count = list.Poll(static_cast<int>(milliseconds));
-    if (count > 0 || (count < 0 && errno != EINTR)) return count;
-    if (limited && Clock::now() >= end) return 0;
+    if (count < 0 && errno != EINTR) return FailWithErrno();
+    if (count > 0) {
+      if (list.HasBadDescriptor()) return FailWith(::ws2::kErrorNotSocket);
+      if (const int ready = list.Judge(); ready > 0) return ready;
+    }
     Checkpoint();
-    if (limited)
-      slice = std::clamp<Clock::duration>(end - Clock::now(), Clock::duration(0), kSlice);
+    left = end - Clock::now();
+    if (left <= Clock::duration::zero()) return 0;
   }
 }
 
@@ -123,24 +151,24 @@ int Select(int /*ignored*/, FdSet* read, FdSet* write, FdSet* except,
   for (const FdSet* set : {read, write, except}) {
     if (set != nullptr && set->count > ::ws2::kSetSize) return FailWith(::ws2::kErrorInvalid);
   }
-  list.Add(read, POLLIN);
-  list.Add(write, POLLOUT);
-  list.Add(except, POLLPRI);
+  if (!list.Add(read, Purpose::kRead) || !list.Add(write, Purpose::kWrite) ||
+      !list.Add(except, Purpose::kExcept)) {
+    return FailWith(::ws2::kErrorNotSocket);
+  }
   if (list.empty()) return FailWith(::ws2::kErrorInvalid);
-  Clock::duration time{};
+  auto end = Clock::time_point::max();
   if (timeout != nullptr) {
     if (timeout->seconds < 0 || timeout->microseconds < 0) return FailWith(::ws2::kErrorInvalid);
-    time =
-        std::chrono::seconds(timeout->seconds) + std::chrono::microseconds(timeout->microseconds);
+    end = Clock::now() + std::chrono::seconds(timeout->seconds) +
+          std::chrono::microseconds(timeout->microseconds);
   }
-  const int count = PollFor(list, timeout != nullptr, time);
-  if (count < 0) return FailWithErrno();
-  if (list.HasBadDescriptor()) return FailWith(::ws2::kErrorNotSocket);
-  if (count > 0) return KeepReady(read, write, except, list);
-  Clear(read);
-  Clear(write);
-  Clear(except);
-  return 0;
+  const int count = WaitUntil(list, end);
+  if (count < 0) return count;
+  for (FdSet* set : {read, write, except}) {
+    if (set != nullptr) set->count = 0;
+  }
+  list.Deliver();
+  return count;
 }
 
 }  // namespace platform::ws2_32

@@ -1,5 +1,10 @@
 #include "ws2_32/socket_state.h"
 
+#include <cerrno>
+#include <limits>
+
+#include "ws2_32/errors.h"
+
 namespace platform::ws2_32 {
 namespace {
 
@@ -9,6 +14,25 @@ SocketState states[kTableSize + 1];
 
 }  // namespace
 
+void SocketState::Reset() {
+  phase = ConnectPhase::kNone;
+  send_shut = false;
+  error = 0;
+  send_buffer = 0;
+  receive_buffer = 0;
+}
+
+void SocketState::SettleConnect(int errno_value) {
+  // Only an established connection can be reset; a refused one fails with ECONNREFUSED.
+  const bool established = errno_value == 0 || errno_value == ECONNRESET || errno_value == EPIPE;
+  phase = established ? ConnectPhase::kCompleted : ConnectPhase::kFailed;
+}
+
 SocketState& StateOf(Socket socket) { return states[socket < kTableSize ? socket : kTableSize]; }
+
+int Descriptor(Socket socket) {
+  constexpr auto kLargest = static_cast<Socket>(std::numeric_limits<int>::max());
+  return socket <= kLargest ? static_cast<int>(socket) : -1;
+}
 
 }  // namespace platform::ws2_32

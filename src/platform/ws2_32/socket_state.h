@@ -8,23 +8,33 @@
 
 namespace platform::ws2_32 {
 
+enum class ConnectPhase {
+  kNone,       // never connected
+  kPending,    // connecting in the background
+  kCompleted,  // connected in the background
+  kConnected,  // connected while the caller waited
+  kFailed,     // the connect in the background failed
+};
+
 struct SocketState {
-  std::atomic<bool> connecting{false};  // a connect runs in the background
-  std::atomic<int> error{0};            // of a failed connect, until kOptionError is read
-  std::atomic<int> send_buffer{0};      // sizes that were asked for and left to the system
+  std::atomic<ConnectPhase> phase{ConnectPhase::kNone};
+  std::atomic<bool> send_shut{false};  // this side has shut its sending direction down
+  std::atomic<int> error{0};           // taken from the system, but not yet seen by the caller
+  std::atomic<int> send_buffer{0};     // sizes in bytes that were asked for
   std::atomic<int> receive_buffer{0};
 
-  void Reset() {
-    connecting = false;
-    error = 0;
-    send_buffer = 0;
-    receive_buffer = 0;
-  }
+  void Reset();
+
+  // Settles a pending connect with the errno value that the system gave for the socket.
+  void SettleConnect(int errno_value);
 };
 
 // Needs no lock: a state belongs to its descriptor. Descriptors beyond the table share one state
 // that remembers nothing useful.
 SocketState& StateOf(Socket socket);
+
+// The descriptor of a socket, -1 for a number that cannot be one.
+int Descriptor(Socket socket);
 
 }  // namespace platform::ws2_32
 

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <limits>
 
 #include "platform/checkpoint.h"
 #include "ws2_32/addresses.h"
@@ -15,22 +14,47 @@
 namespace platform::ws2_32 {
 namespace {
 
-int Descriptor(Socket socket) {
-  constexpr auto kLargest = static_cast<Socket>(std::numeric_limits<int>::max());
-  return socket <= kLargest ? static_cast<int>(socket) : -1;
+bool IsBlocking(int descriptor) {
+  const int flags = fcntl(descriptor, F_GETFL);
+  return flags >= 0 && (flags & O_NONBLOCK) == 0;
 }
 
-// A blocking socket reports "would block" only when its time limit ran out.
-int FailTransfer(int descriptor) {
-  const int error = errno;
-  if (error == EAGAIN) {
+// A connect that is complete, failed or, on a non-blocking socket, under way: 0 or an errno value.
+int StartConnect(int descriptor, const NativeAddress& address) {
+  while (::connect(descriptor, address.get(), address.length) != 0) {
+    const int error = errno;
+    // A blocking call comes back early after a signal and when the time limit of sends is over,
+    // which is no limit for connects. The next call goes on waiting.
+    const bool early = error == EINTR || error == EINPROGRESS || error == EALREADY;
+    if (!early || !IsBlocking(descriptor)) return error;
     Checkpoint();
-    const int flags = fcntl(descriptor, F_GETFL);
-    const bool blocking = flags >= 0 && (flags & O_NONBLOCK) == 0;
-    return FailWith(blocking ? ::ws2::kErrorTimedOut : ::ws2::kErrorWouldBlock);
   }
-  errno = error;
-  return FailWithErrno();
+  return 0;
+}
+
+// The system has one error for all that can be wrong with the sending direction.
+int BrokenPipeError(const SocketState& state) {
+  if (state.send_shut) return ::ws2::kErrorShutdown;
+  return state.phase == ConnectPhase::kNone ? ::ws2::kErrorNotConnected
+                                            : ::ws2::kErrorConnectionReset;
+}
+
+int FailTransfer(Socket socket) {
+  const int error = errno;
+  Checkpoint();
+  if (error == EPIPE) return FailWith(BrokenPipeError(StateOf(socket)));
+  // A blocking socket reports "would block" only when its time limit ran out.
+  if (error == EAGAIN && IsBlocking(Descriptor(socket))) return FailWith(::ws2::kErrorTimedOut);
+  return FailWith(SocketErrorOf(error));
+}
+
+// The end of the data, or the reset that select() found when it looked for the end of a connect.
+int EndReceiving(Socket socket) {
+  Checkpoint();
+  SocketState& state = StateOf(socket);
+  if (state.phase != ConnectPhase::kCompleted) return 0;
+  const int error = state.error.exchange(0);
+  return error == 0 ? 0 : FailWith(error);
 }
 
 }  // namespace
@@ -67,17 +91,37 @@ int Connect(Socket socket, const SockAddr* address, int length) noexcept {
   Checkpoint();
   NativeAddress native;
   if (const int error = ToNative(address, length, native); error != 0) return FailWith(error);
-  if (::connect(Descriptor(socket), native.get(), native.length) == 0) return 0;
-  if (errno == EINPROGRESS || errno == EINTR) StateOf(socket).connecting = true;
-  if (errno == EINTR) errno = EINPROGRESS;
-  return FailWithErrno();
+  SocketState& state = StateOf(socket);
+  const ConnectPhase before = state.phase;
+  const int descriptor = Descriptor(socket);
+  int error = StartConnect(descriptor, native);
+  // The system answers the first call after a failed connect with this, whatever the address.
+  if (error == ECONNABORTED && before == ConnectPhase::kFailed) {
+    error = StartConnect(descriptor, native);
+  }
+  if (error == 0) {
+    // The system lets the first call after a connect in the background succeed.
+    const bool again = before == ConnectPhase::kPending || before == ConnectPhase::kCompleted;
+    state.phase = again ? ConnectPhase::kCompleted : ConnectPhase::kConnected;
+    return again ? FailWith(::ws2::kErrorIsConnected) : 0;
+  }
+  if (error == EINPROGRESS) {
+    state.error = 0;
+    state.phase = ConnectPhase::kPending;
+  } else if (before == ConnectPhase::kPending && error != EALREADY) {
+    state.SettleConnect(error);
+  }
+  Checkpoint();
+  return FailWith(SocketErrorOf(error));
 }
 
 int Shutdown(Socket socket, int how) noexcept {
   if (how < ::ws2::kShutdownReceive || how > ::ws2::kShutdownBoth) {
     return FailWith(::ws2::kErrorInvalid);
   }
-  return ::shutdown(Descriptor(socket), how) == 0 ? 0 : FailWithErrno();
+  if (::shutdown(Descriptor(socket), how) != 0) return FailWithErrno();
+  if (how != ::ws2::kShutdownReceive) StateOf(socket).send_shut = true;
+  return 0;
 }
 
 int Receive(Socket socket, LPSTR buffer, int length, int flags) noexcept {
@@ -88,8 +132,10 @@ int Receive(Socket socket, LPSTR buffer, int length, int flags) noexcept {
   while (true) {
     const ssize_t count =
         ::recv(Descriptor(socket), buffer, static_cast<size_t>(length), native_flags);
-    if (count >= 0) return static_cast<int>(count);
-    if (errno != EINTR) return FailTransfer(Descriptor(socket));
+    if (count > 0 || (count == 0 && length == 0)) return static_cast<int>(count);
+    if (count == 0) return EndReceiving(socket);
+    if (errno != EINTR) return FailTransfer(socket);
+    Checkpoint();
   }
 }
 
@@ -101,7 +147,8 @@ int Send(Socket socket, LPCSTR buffer, int length, int flags) noexcept {
     const ssize_t count =
         ::send(Descriptor(socket), buffer, static_cast<size_t>(length), MSG_NOSIGNAL);
     if (count >= 0) return static_cast<int>(count);
-    if (errno != EINTR) return FailTransfer(Descriptor(socket));
+    if (errno != EINTR) return FailTransfer(socket);
+    Checkpoint();
   }
 }
 

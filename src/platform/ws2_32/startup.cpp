@@ -8,17 +8,25 @@
 namespace platform::ws2_32 {
 namespace {
 
+// The major version is the low byte.
+constexpr WORD kOldestVersion = 0x0001;
 constexpr WORD kNewestVersion = 0x0202;
 std::atomic<int> starts{0};
+
+constexpr unsigned ComparableVersion(WORD version) {
+  constexpr unsigned kByteMask = 0xFF;
+  constexpr unsigned kByteBits = 8;
+  return (version & kByteMask) << kByteBits | version >> kByteBits;
+}
 
 }  // namespace
 
 int Startup(WORD version, WsaData* data) noexcept {
-  constexpr WORD kMajorMask = 0x00FF;
   if (data == nullptr) return ::ws2::kErrorFault;
-  if ((version & kMajorMask) == 0) return ::ws2::kErrorVersionNotSupported;
+  const unsigned asked = ComparableVersion(version);
+  if (asked < ComparableVersion(kOldestVersion)) return ::ws2::kErrorVersionNotSupported;
   *data = {};
-  data->version = version < kNewestVersion ? version : kNewestVersion;
+  data->version = asked < ComparableVersion(kNewestVersion) ? version : kNewestVersion;
   data->high_version = kNewestVersion;
   std::strncpy(data->description, "Sockets", sizeof(data->description) - 1);
   std::strncpy(data->system_status, "Running", sizeof(data->system_status) - 1);

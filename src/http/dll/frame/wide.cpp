@@ -1,7 +1,6 @@
 #include "frame/wide.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "platform/kernel32.h"
 
@@ -64,7 +63,7 @@ INT CopyWide(std::u16string_view text, LPWSTR target, INT capacity) {
 INT CopyText(std::string_view text, LPSTR target, INT capacity) {
   if (target == nullptr || capacity < 1) return 0;
   const std::size_t length = std::min(text.size(), static_cast<std::size_t>(capacity) - 1);
-  std::memcpy(target, text.data(), length);
+  text.copy(target, length);
   target[length] = '\0';
   return static_cast<INT>(length);
 }

@@ -26,6 +26,7 @@ std::optional<std::u16string> WideFromUtf8Strict(std::string_view text);
 class NarrowText {
  public:
   explicit NarrowText(LPCWSTR text);
+  std::string_view view() const { return text_; }                         // empty for NULL
   operator LPCSTR() const { return present_ ? text_.c_str() : nullptr; }  // NOLINT
 
  private:

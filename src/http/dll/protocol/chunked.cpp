@@ -73,7 +73,9 @@ Result<uint32_t> ParseSize(Session& session, std::string_view line) {
 }
 
 Error ReadTrailer(Session& session) {
-  HeaderLineReader reader(session, HeaderLineReader::Start::kTrailer);
+  HeaderBlockState state;
+  state.started = true;  // an empty line ends the section at once
+  HeaderLineReader reader(session, state);
   while (true) {
     Result<bool> complete = reader.Next();
     if (!complete) return complete.error();

@@ -48,13 +48,20 @@ std::string ResourceOf(const Session& session, std::string_view resource) {
   return url->query ? path + "?" + *url->query : path;
 }
 
+// How long a streamed body will be: as the caller says, or the application's own header.
+uint64_t DeclaredLength(const RequestState& request, const CommandArguments& arguments) {
+  if (arguments.declared_length > 0) return arguments.declared_length;
+  const HeaderEntry* header = request.headers.Find("Content-Length");
+  return header != nullptr ? ParseLeadingDecimal(header->value).value_or(0) : 0;
+}
+
 Result<INT> WriteAndRead(Session& session, const CommandArguments& arguments) {
   RequestState& request = session.request;
   if (Error error = WriteRequest(session, arguments)) return error;
   if (request.method == Method::kPut && request.parameters.empty() && session.response.pending) {
     request.keep_alive_sent = false;
-    request.streaming = true;
-    request.declared = arguments.declared_length;
+    request.streaming = request.streamed = true;
+    request.declared = DeclaredLength(request, arguments);
     request.written = 0;
     session.response.result_code = kResultOk;
   } else if (Error error = ReadResponseHeader(session)) {
@@ -64,13 +71,31 @@ Result<INT> WriteAndRead(Session& session, const CommandArguments& arguments) {
   return session.response.result_code;
 }
 
+// A kept connection can die between the look at it and the request. A safe request of which nothing
+// came back is then sent once more (RFC 9110 section 9.2.2).
+bool DiedUnanswered(const Session& session, Error error) {
+  if (!session.request.repeatable || session.response.block.block_size > 0) return false;
+  return error == Error(QV_ERROR_CONNECTION_CLOSED) || error == Error(QV_ERROR_CONNECTION_RESET) ||
+         error == Error(QV_ERROR_CONNECTION_ABORTED);
+}
+
+Result<INT> WriteAndReadSafely(Session& session, const CommandArguments& arguments) {
+  RequestState& request = session.request;
+  request.repeatable = session.connection.used && IsSafe(request.method);
+  Result<INT> result = WriteAndRead(session, arguments);
+  if (result || !session.Alive() || !DiedUnanswered(session, result.error())) return result;
+  request.repeatable = false;
+  if (Error error = session.engine->Reconnect(session)) return error;
+  return WriteAndRead(session, arguments);
+}
+
 Result<INT> Start(Session& session, const CommandArguments& arguments, bool resend) {
   if (session.request.open) return Error(QV_ERROR_REQUEST_NOT_COMPLETED);
   if (Error error = RenewConnection(session)) return error;
   RequestState& request = session.request;
   request.method_name = ToUpperCopy(arguments.method);
   request.method = MethodOf(request.method_name);
-  request.streaming = false;
+  request.streaming = request.streamed = false;
   session.response.Reset();
   session.transfer.Reset();
   Result<std::string> parameters =
@@ -80,7 +105,7 @@ Result<INT> Start(Session& session, const CommandArguments& arguments, bool rese
   const std::string resource = ResourceOf(session, arguments.resource);
   CommandArguments written = arguments;
   written.resource = resource;
-  return WriteAndRead(session, written);
+  return WriteAndReadSafely(session, written);
 }
 
 }  // namespace
@@ -90,6 +115,7 @@ Result<INT> SendCommand(Session& session, const CommandArguments& arguments) {
   if (arguments.resource.empty()) return Error(QV_ERROR_INVALID_RESOURCE);
   session.response.redirected = false;
   session.response.redirect_count = 0;
+  if (!session.request.open) session.request.headers.BeginRequest();
   return Start(session, arguments, false);
 }
 

@@ -12,8 +12,8 @@
 namespace qv {
 namespace {
 
-void SetManaged(Session& session, std::string_view name, std::string_view value) {
-  session.request.headers.Set(name, value).managed = true;
+void SetForRequest(Session& session, std::string_view name, std::string_view value) {
+  session.request.headers.Set(name, value).lifetime = Lifetime::kThisRequest;
 }
 
 // A host name of digits and dots: an IPv4 address, for which HTTP/1.0 sends no Host.
@@ -94,7 +94,7 @@ Error AddBodyHeaders(Session& session) {
   if (request.method == Method::kPropfind || request.method == Method::kBpropfind) {
     if (Error error = SetRequestHeaderIfAbsent(session, "Depth", "0")) return error;
   }
-  SetManaged(session, "Content-Length", std::to_string(request.parameters.size()));
+  SetForRequest(session, "Content-Length", std::to_string(request.parameters.size()));
   return kNoError;
 }
 
@@ -107,17 +107,24 @@ Error AddUserAgent(Session& session) {
   return SetRequestHeader(session, "User-Agent", DefaultUserAgent());
 }
 
+// What was sent before a redirect does not go to another origin.
+void DropSentAuthorization(HeaderList& headers) {
+  const HeaderEntry* entry = headers.Find("Authorization");
+  if (entry != nullptr && entry->lifetime == Lifetime::kThisRequest) headers.Remove(entry->name);
+}
+
 void SetAuthorization(Session& session) {
   const Credentials& credentials = session.credentials;
+  DropSentAuthorization(session.request.headers);
   if (credentials.type == HTTP_AUTH_NONE ||
       !MaySendCredentials(credentials.origin, OriginOf(session))) {
     return;
   }
   if (credentials.type == HTTP_AUTH_BEARER) {
-    SetManaged(session, "Authorization", BearerAuthorization(credentials.password));
+    SetForRequest(session, "Authorization", BearerAuthorization(credentials.password));
   } else if (!credentials.user.empty() || !credentials.password.empty()) {
-    SetManaged(session, "Authorization",
-               BasicAuthorization(credentials.user, credentials.password));
+    SetForRequest(session, "Authorization",
+                  BasicAuthorization(credentials.user, credentials.password));
   }
 }
 
@@ -125,7 +132,6 @@ void SetAuthorization(Session& session) {
 
 Error ApplyDefaultHeaders(Session& session, uint64_t declared_length) {
   const RequestState& request = session.request;
-  session.request.headers.RemoveManaged();
   if (Error error = AddHost(session)) return error;
   SetConnection(session);
   if (request.method == Method::kGet || request.method == Method::kHead) {
@@ -135,7 +141,7 @@ Error ApplyDefaultHeaders(Session& session, uint64_t declared_length) {
     if (Error error = AddBodyHeaders(session)) return error;
   }
   if (declared_length > 0) {
-    SetManaged(session, "Content-Length", std::to_string(declared_length));
+    SetForRequest(session, "Content-Length", std::to_string(declared_length));
   }
   if (Error error = AddUserAgent(session)) return error;
   SetAuthorization(session);

@@ -7,8 +7,11 @@
 namespace qv {
 
 Result<bool> HeaderLineReader::Next() {
-  line_.clear();
-  in_quotes_ = after_space_ = false;
+  if (!state_.in_line) {
+    state_.line.clear();
+    state_.in_quotes = state_.after_space = false;
+    state_.in_line = true;
+  }
   ReceiveBuffer& input = session_.connection.input;
   while (true) {
     Result<INT> waiting = FillInput(session_);
@@ -25,8 +28,8 @@ Result<bool> HeaderLineReader::Next() {
 }
 
 Result<bool> HeaderLineReader::Take(std::string_view bytes) {
-  block_size_ += bytes.size();
-  if (block_size_ > kLongestBlock) return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
+  state_.block_size += bytes.size();
+  if (state_.block_size > kLongestBlock) return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
   for (char c : bytes) {
     switch (c) {
       case '\0':
@@ -34,24 +37,25 @@ Result<bool> HeaderLineReader::Take(std::string_view bytes) {
       case '\r':
         continue;
       case '\n':
-        if (!started_) continue;
-        if (++lines_ > kMostFields) return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
+        if (!state_.started) continue;
+        if (++state_.lines > kMostFields) return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
+        state_.in_line = false;
         return true;
       case '"':
-        in_quotes_ = !in_quotes_;
+        state_.in_quotes = !state_.in_quotes;
         break;
       default:
         break;
     }
     const bool space = IsSpace(c);
-    if (space && !in_quotes_ && (after_space_ || !started_)) continue;
-    after_space_ = space;
-    started_ = true;
-    if (line_.size() < kLongestLine) line_.push_back(c);
+    if (space && !state_.in_quotes && (state_.after_space || !state_.started)) continue;
+    state_.after_space = space;
+    state_.started = true;
+    if (state_.line.size() < kLongestLine) state_.line.push_back(c);
   }
   return false;
 }
 
-std::string_view HeaderLineReader::line() const { return TrimLeft(line_); }
+std::string_view HeaderLineReader::line() const { return TrimLeft(state_.line); }
 
 }  // namespace qv

@@ -13,7 +13,21 @@ namespace qv {
 struct Session;
 
 // A line ends at LF; CR is dropped wherever it stands. Outside double quotes a run of white space
-// counts as its first character. A line keeps its first 65535 bytes; what is longer is dropped.
+// counts as its first character. Before the first byte of a block was stored, white space and empty
+// lines are dropped. A line keeps its first 65535 bytes; what is longer is dropped.
+//
+// The state of a block lives outside the reader: a wait that ends in the middle of a line (a
+// time-out, a cancel request) loses nothing, the next reader goes on where it was.
+struct HeaderBlockState {
+  std::string line;
+  std::size_t block_size = 0;  // bytes taken so far
+  std::size_t lines = 0;
+  bool started = false;  // a byte of the block was stored
+  bool in_line = false;  // the line is not complete
+  bool in_quotes = false;
+  bool after_space = false;
+};
+
 class HeaderLineReader {
  public:
   // A block counts as hostile beyond these limits.
@@ -21,13 +35,7 @@ class HeaderLineReader {
   static constexpr std::size_t kMostFields = 20000;
   static constexpr std::size_t kLongestLine = 65535;
 
-  enum class Start {
-    kResponse,  // white space before the first byte of the response is dropped, empty lines too
-    kTrailer,
-  };
-
-  HeaderLineReader(Session& session, Start start)
-      : session_(session), started_(start == Start::kTrailer) {}
+  HeaderLineReader(Session& session, HeaderBlockState& state) : session_(session), state_(state) {}
 
   // Reads the next line; false when the connection ended before it did.
   // QV_ERROR_INVALID_SERVER_RESPONSE for a NUL byte or a block beyond its limits.
@@ -41,12 +49,7 @@ class HeaderLineReader {
   Result<bool> Take(std::string_view bytes);
 
   Session& session_;
-  std::string line_;
-  std::size_t block_size_ = 0;
-  std::size_t lines_ = 0;
-  bool started_;  // a byte of the block was stored
-  bool in_quotes_ = false;
-  bool after_space_ = false;
+  HeaderBlockState& state_;
 };
 
 }  // namespace qv

@@ -30,7 +30,7 @@ HeaderEntry& HeaderList::FreeSlot() {
 void HeaderList::Vacate(HeaderEntry& entry) {
   entry.name.clear();
   entry.value.clear();
-  entry.managed = false;
+  entry.lifetime = Lifetime::kKept;
   entry.origin.reset();
 }
 
@@ -39,7 +39,7 @@ HeaderEntry& HeaderList::Set(std::string_view name, std::string_view value) {
   if (entry == nullptr) return Append(name, value);
   entry->name.assign(name);
   entry->value.assign(value);
-  entry->managed = false;
+  entry->lifetime = Lifetime::kKept;
   entry->origin.reset();
   return *entry;
 }
@@ -59,11 +59,15 @@ bool HeaderList::Remove(std::string_view name) {
   return true;
 }
 
-void HeaderList::RemoveManaged() {
+void HeaderList::BeginRequest() {
   for (std::size_t i = 0; i < count_; ++i) {
-    if (!entries_[i].managed) continue;
-    Vacate(entries_[i]);
-    ++vacant_;
+    HeaderEntry& entry = entries_[i];
+    if (entry.lifetime == Lifetime::kThisRequest) {
+      Vacate(entry);
+      ++vacant_;
+    } else if (entry.lifetime == Lifetime::kNextRequest) {
+      entry.lifetime = Lifetime::kThisRequest;
+    }
   }
 }
 

@@ -12,10 +12,17 @@
 
 namespace qv {
 
+// How long an entry stays in the request list.
+enum class Lifetime {
+  kKept,         // until the application changes it
+  kNextRequest,  // for the next request alone, which is still to come
+  kThisRequest,  // for the current request alone
+};
+
 struct HeaderEntry {
   std::string name;  // empty: an empty slot
   std::string value;
-  bool managed = false;          // set by the request writer for one request
+  Lifetime lifetime = Lifetime::kKept;
   std::optional<Origin> origin;  // a credential, to be sent to this origin only
 };
 
@@ -32,8 +39,8 @@ class HeaderList {
   // Whether there was an entry to remove.
   bool Remove(std::string_view name);
 
-  // Removes the entries that were set for one request.
-  void RemoveManaged();
+  // A new request begins: removes the entries of the one before, takes over those meant for it.
+  void BeginRequest();
 
   // Adds an entry at the end (or in an empty slot), whatever names the list holds.
   HeaderEntry& Append(std::string_view name, std::string_view value);

@@ -77,7 +77,10 @@ Error SetRangeOffset(Session& session, uint64_t offset) {
     session.request.headers.Remove("Range");
     return kNoError;
   }
-  return SetRequestHeader(session, "Range", "bytes=" + std::to_string(offset) + "-");
+  HeaderEntry& range =
+      session.request.headers.Set("Range", "bytes=" + std::to_string(offset) + "-");
+  range.lifetime = Lifetime::kNextRequest;
+  return kNoError;
 }
 
 HeaderList* HeaderListOf(Session& session, DWORD type) {

@@ -32,7 +32,8 @@ void StoreResponseField(Session& session, std::string_view name, std::string_vie
 std::optional<std::string_view> ResponseField(const Session& session, std::string_view name,
                                               std::size_t limit);
 
-// The request header "Range" for everything from an offset on; 0 removes it.
+// The request header "Range" for everything from an offset on, for the next request alone; 0
+// removes it.
 Error SetRangeOffset(Session& session, uint64_t offset);
 
 // The list of a header type; NULL for any other value.

@@ -62,6 +62,19 @@ bool SendsBody(Method method) {
   }
 }
 
+bool IsSafe(Method method) {
+  switch (method) {
+    case Method::kGet:
+    case Method::kHead:
+    case Method::kOptions:
+    case Method::kPropfind:
+    case Method::kBpropfind:
+      return true;
+    default:
+      return false;
+  }
+}
+
 bool IsMethodName(std::string_view name) {
   return !name.empty() && std::all_of(name.begin(), name.end(), IsTokenCharacter);
 }

@@ -33,6 +33,10 @@ Method MethodOf(std::string_view name);
 // Whether the parameters of a command are its body; otherwise they go into the query.
 bool SendsBody(Method method);
 
+// Whether a request can be sent a second time without changing anything on the server (safe
+// methods, RFC 9110 section 9.2.1).
+bool IsSafe(Method method);
+
 // Whether a text can be a method name (a token, RFC 9110 section 5.6.2).
 bool IsMethodName(std::string_view name);
 

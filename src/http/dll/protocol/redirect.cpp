@@ -9,6 +9,7 @@
 #include "protocol/connector.h"
 #include "transport/host_name.h"
 #include "transport/resolver.h"
+#include "url/path_normalizer.h"
 #include "url/url_parser.h"
 
 namespace qv {
@@ -30,7 +31,10 @@ std::string ResolveReference(const Session& session, std::string location) {
   std::string path = session.request.path;
   if (!path.starts_with('/')) path.insert(0, "/");
   if (!location.starts_with('?')) path.resize(path.rfind('/') + 1);
-  return path + location;
+  const std::size_t query = location.find('?');
+  path += location.substr(0, query);
+  NormalizePath(path);
+  return query == location.npos ? path : path + location.substr(query);
 }
 
 Error LeadToUrl(Session& session, const Url& url) {

@@ -15,6 +15,7 @@ struct RequestState {
   bool expect_continue = false;  // "Expect: 100-Continue" was set and not yet answered
 
   bool open = false;             // a command has returned and was not closed yet
+  bool repeatable = false;       // it may be sent again when the connection proves to be dead
   bool keep_alive_sent = false;  // the last request asked to keep the connection
   Method method = Method::kNone;
   std::string method_name;  // upper case
@@ -23,8 +24,10 @@ struct RequestState {
   std::string parameters;   // encoded; the body, or an addition to the query
   std::string message;      // work buffer: the bytes of the request
 
-  // A PUT whose body the application streams: bytes declared and bytes written.
-  bool streaming = false;
+  // A PUT whose body the application streams: bytes declared and bytes written. It cannot be sent
+  // again.
+  bool streamed = false;
+  bool streaming = false;  // and it is not closed yet
   uint64_t declared = 0;
   uint64_t written = 0;
 };

@@ -8,7 +8,6 @@
 #include "protocol/request_target.h"
 #include "protocol/response_reader.h"
 #include "protocol/session_io.h"
-#include "protocol/status_table.h"
 
 namespace qv {
 namespace {
@@ -78,8 +77,7 @@ Error AwaitContinue(Session& session) {
   const Error error = ReadResponseHeader(session);
   session.settings.timeout = timeout;
   if (error && !(error == Error(QV_ERROR_OPERATION_TIMEOUT))) return error;
-  return session.response.result_code >= 400 ? StatusToError(session.response.result_code)
-                                             : kNoError;
+  return kNoError;
 }
 
 // Sends the body in pieces; `sent` bytes of it went out with the header.
@@ -128,9 +126,10 @@ Error WriteRequest(Session& session, const CommandArguments& arguments) {
   }
   if (!has_body) return kNoError;
   if (request.expect_continue) {
+    const int redirects = session.response.redirect_count;
     if (Error error = AwaitContinue(session)) return error;
     if (!session.response.pending) {  // the final response came instead: nothing more to send
-      session.response.reusable = false;
+      if (session.response.redirect_count == redirects) session.response.reusable = false;
       return kNoError;
     }
   }

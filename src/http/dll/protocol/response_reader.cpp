@@ -61,9 +61,8 @@ bool IsPassedOver(const Session& session) {
 }
 
 // Reads lines up to the end of the final response's header block, or of the connection.
-// `first_field` receives the place of the final response's fields in the list.
-Error ReadLines(Session& session, std::size_t& first_field) {
-  HeaderLineReader reader(session, HeaderLineReader::Start::kResponse);
+Error ReadLines(Session& session) {
+  HeaderLineReader reader(session, session.response.block);
   while (true) {
     Result<bool> complete = reader.Next();
     if (!complete) return complete.error();
@@ -75,7 +74,7 @@ Error ReadLines(Session& session, std::size_t& first_field) {
     }
     if (StartsWithNoCase(line, "HTTP/")) {
       if (Error error = TakeStatusLine(session, line)) return error;
-      first_field = session.response.headers.entries().size();
+      session.response.first_field = session.response.headers.entries().size();
     } else {
       TakeField(session, line);
     }
@@ -88,14 +87,15 @@ Error Fail(Session& session, Error error) {
 }
 
 // Whether the redirect is followed; its outcome is then the outcome of the command.
-Result<bool> HandleRedirect(Session& session, std::size_t first_field) {
+Result<bool> HandleRedirect(Session& session) {
   ResponseState& response = session.response;
   response.redirected = true;
   response.location.clear();
-  if (++response.redirect_count > kMostRedirects) {
+  const bool body_is_gone = session.request.streamed && session.Has(HTTP_OPTION_REDIRECT);
+  if (++response.redirect_count > kMostRedirects || body_is_gone) {
     return Fail(session, QV_ERROR_RESOURCE_REDIRECTED);
   }
-  const auto fields = response.headers.entries().subspan(first_field);
+  const auto fields = response.headers.entries().subspan(response.first_field);
   const auto location = std::find_if(fields.begin(), fields.end(), [](const HeaderEntry& field) {
     return EqualsNoCase(field.name, "Location");
   });
@@ -122,7 +122,7 @@ Error Succeed(Session& session) {
 }
 
 // The response is complete: what does it mean?
-Error Interpret(Session& session, std::size_t first_field) {
+Error Interpret(Session& session) {
   ResponseState& response = session.response;
   Error error = StatusToError(response.result_code);
   const bool is_error =
@@ -134,7 +134,7 @@ Error Interpret(Session& session, std::size_t first_field) {
     if (Error gone = session.CheckAlive()) return gone;
   }
   if (error == Error(QV_ERROR_RESOURCE_REDIRECTED)) {
-    Result<bool> followed = HandleRedirect(session, first_field);
+    Result<bool> followed = HandleRedirect(session);
     if (!followed) return followed.error();
     if (*followed) return kNoError;
   } else if (error) {
@@ -148,13 +148,14 @@ Error Interpret(Session& session, std::size_t first_field) {
 Error ReadResponseHeader(Session& session) {
   ResponseState& response = session.response;
   if (!response.pending) return kNoError;
-  std::size_t first_field = 0;
-  Error error = ReadLines(session, first_field);
+  Error error = ReadLines(session);
+  const bool nothing_came = session.connection.peer_closed && response.block.block_size == 0;
+  if (!error && nothing_came && session.request.repeatable) return QV_ERROR_CONNECTION_CLOSED;
   if (!error && session.request.expect_continue && response.result_code == kContinue) {
     return kNoError;  // the writer sends the body now and comes back for the final response
   }
   if (!error) {
-    Result<BodyFraming> framing = FramingOf(session, first_field);
+    Result<BodyFraming> framing = FramingOf(session, response.first_field);
     if (framing) response.framing = *framing;
     error = framing.error();
   }
@@ -168,7 +169,7 @@ Error ReadResponseHeader(Session& session) {
   if (session.connection.peer_closed) response.framing = BodyFraming::None();
   response.pending = false;
   session.request.expect_continue = false;
-  return Interpret(session, first_field);
+  return Interpret(session);
 }
 
 }  // namespace qv

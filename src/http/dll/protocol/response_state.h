@@ -6,6 +6,7 @@
 #include <string>
 
 #include "frame/fixed_string.h"
+#include "protocol/header_line_reader.h"
 #include "protocol/header_list.h"
 
 namespace qv {
@@ -36,9 +37,11 @@ struct ResponseState {
   HeaderList headers;  // in arrival order, duplicates included
   INT result_code = 0;
   FixedString<kResultTextCapacity> result_text;
-  bool pending = false;       // a request was written and its response header not yet read
-  bool server_error = false;  // the last status was 500 or above
-  bool reusable = true;       // the connection can carry another request after this response
+  HeaderBlockState block;       // the header block as far as it was read
+  std::size_t first_field = 0;  // where the fields of the final response begin
+  bool pending = false;         // a request was written and its response header not yet read
+  bool server_error = false;    // the last status was 500 or above
+  bool reusable = true;         // the connection can carry another request after this response
 
   // Taken from the fields of the final response.
   bool chunked = false;

@@ -17,6 +17,14 @@ ws2::TimeVal TimeOf(DWORD milliseconds) {
           static_cast<LONG>(milliseconds % kMillisecondsPerSecond * kMicrosecondsPerMillisecond)};
 }
 
+// The wait is over before its event is raised: the callback sees an idle session.
+void EndWait(OperationState& operation) {
+  operation.blocking = false;
+  for (INT waiting : {HTTP_STATUS_READ, HTTP_STATUS_WRITE}) {
+    operation.status.compare_exchange_strong(waiting, HTTP_STATUS_IDLE);
+  }
+}
+
 }  // namespace
 
 WaitLimit::WaitLimit(INT timeout) : limited_(timeout != 0), start_tick_(GetTickCount()) {
@@ -51,12 +59,12 @@ BlockingScope::~BlockingScope() {
 Error CheckWait(Session& session, const WaitLimit& limit) {
   if (Error error = session.CheckAlive()) return error;
   if (session.operation.cancel) {
-    session.operation.blocking = false;
+    EndWait(session.operation);
     RaiseEvent(session, Event::kCancel, QV_ERROR_OPERATION_CANCELED);
     return QV_ERROR_OPERATION_CANCELED;
   }
   if (limit.Passed()) {
-    session.operation.blocking = false;
+    EndWait(session.operation);
     RaiseEvent(session, Event::kTimeout, QV_ERROR_OPERATION_TIMEOUT);
     return QV_ERROR_OPERATION_TIMEOUT;
   }

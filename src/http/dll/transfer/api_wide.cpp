@@ -1,6 +1,4 @@
 // W forms of the transfer functions.
-#include <vector>
-
 #include "frame/boundary.h"
 #include "frame/session.h"
 #include "frame/wide.h"
@@ -16,22 +14,22 @@ INT WINAPI HttpGetDataW(HCLIENT hClient, LPCWSTR lpszResource, LPVOID lpvBuffer,
 INT WINAPI HttpGetTextW(HCLIENT hClient, LPCWSTR lpszResource, LPWSTR lpszBuffer,
                         INT nMaxLength) QV_NOEXCEPT {
   return qv::SessionBoundary<INT>(
-      hClient, HTTP_ERROR, [&](qv::Session& /*session*/) -> qv::Result<INT> {
+      hClient, HTTP_ERROR, [&](qv::Session& session) -> qv::Result<INT> {
         if (lpszBuffer == nullptr) return qv::Error(QV_ERROR_INVALID_BUFFER);
         if (nMaxLength < 1) return qv::Error(QV_ERROR_BUFFER_TOO_SMALL);
         *lpszBuffer = u'\0';
-        std::vector<char> narrow(static_cast<std::size_t>(nMaxLength) + 1);
-        const INT result = HttpGetTextA(hClient, qv::NarrowText(lpszResource), narrow.data(),
-                                        static_cast<INT>(narrow.size()));
-        if (result == HTTP_ERROR) return qv::Error();
-        const std::optional<std::u16string> text = qv::WideFromUtf8Strict(narrow.data());
+        qv::Result<qv::RetrievedData> data =
+            qv::RetrieveText(session, qv::NarrowText(lpszResource).view(), HTTP_TRANSFER_DEFAULT);
+        if (!data) return data.error();
+        const std::optional<std::u16string> text =
+            qv::WideFromUtf8Strict({data->body.block.data(), data->body.length});
         if (!text) return qv::Error(QV_ERROR_INVALID_ENCODING_TYPE);
         const std::size_t units = text->size() + 1;
         if (units >= static_cast<std::size_t>(nMaxLength) - 1) {
           return qv::Error(QV_ERROR_BUFFER_TOO_SMALL);
         }
         qv::CopyWide(*text, lpszBuffer, nMaxLength);
-        return result;
+        return data->result_code;
       });
 }
 

@@ -27,8 +27,10 @@ Result<INT> QueryHead(Session& session, std::string_view name) {
 Error RenewAfterHead(Session& session) {
   if (session.Has(HTTP_OPTION_KEEPALIVE)) return kNoError;
   const INT result_code = session.response.result_code;
+  const auto result_text = session.response.result_text;
   if (Error error = session.engine->Reconnect(session)) return error;
   session.response.result_code = result_code;
+  session.response.result_text = result_text;
   return kNoError;
 }
 

@@ -46,7 +46,7 @@ BOOL WINAPI HttpValidateUrlA(LPCSTR lpszURL) QV_NOEXCEPT {
 
 BOOL WINAPI HttpValidateHostNameA(LPCSTR lpszHostName, LPSTR lpszAddress,
                                   INT nMaxLength) QV_NOEXCEPT {
-  qv::CopyText({}, lpszAddress, nMaxLength);
+  qv::CopyText("", lpszAddress, nMaxLength);
   return qv::Boundary<BOOL>(FALSE, [&]() -> qv::Result<BOOL> {
     const qv::Result<qv::InternetAddress> address = qv::ValidateHostName(qv::TextOf(lpszHostName));
     if (!address) return address.error();

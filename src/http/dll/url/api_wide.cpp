@@ -36,7 +36,7 @@ BOOL WINAPI HttpFreeUrlW(LPHTTPURLCOMPONENTSW lpUrl) QV_NOEXCEPT {
 
 INT WINAPI HttpCreateUrlW(LPHTTPURLCOMPONENTSW lpUrl, DWORD dwOptions, LPWSTR lpszURL,
                           INT nMaxLength) QV_NOEXCEPT {
-  qv::CopyWide({}, lpszURL, nMaxLength);
+  qv::CopyWide(u"", lpszURL, nMaxLength);
   if (lpUrl == nullptr || lpszURL == nullptr || nMaxLength <= 0) return 0;
   return qv::QuietBoundary<INT>(0, [&]() -> INT {
     const std::optional<std::string> text =
@@ -51,7 +51,7 @@ BOOL WINAPI HttpValidateUrlW(LPCWSTR lpszURL) QV_NOEXCEPT {
 
 BOOL WINAPI HttpValidateHostNameW(LPCWSTR lpszHostName, LPWSTR lpszAddress,
                                   INT nMaxLength) QV_NOEXCEPT {
-  qv::CopyWide({}, lpszAddress, nMaxLength);
+  qv::CopyWide(u"", lpszAddress, nMaxLength);
   return qv::TwinBoundary<BOOL>(FALSE, [&]() -> BOOL {
     char address[kAddressCapacity] = {};
     const bool wanted = lpszAddress != nullptr && nMaxLength >= 1;

@@ -1,5 +1,6 @@
 #include "url/encoder.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "frame/text.h"
@@ -117,12 +118,10 @@ Result<INT> Encode(EncodeMode mode, std::string_view input, LPSTR output, INT ca
 
 std::optional<std::string> EncodeText(EncodeMode mode, std::string_view text) {
   if (text.empty()) return std::string();
-  constexpr std::size_t kLongest = std::numeric_limits<INT>::max() / kBase64OutputGroup - 1;
+  constexpr std::size_t kLongest = std::numeric_limits<INT>::max() / kEscapeLength - 1;
   if (text.size() > kLongest) return std::nullopt;
-  const std::size_t length =
-      mode == EncodeMode::kBase64
-          ? (text.size() + kBase64InputGroup - 1) / kBase64InputGroup * kBase64OutputGroup
-          : text.size() * kEscapeLength;
+  // Only a single byte grows more in Base64 than by being escaped.
+  const std::size_t length = std::max(text.size() * kEscapeLength, kBase64OutputGroup);
   std::string encoded(length + 1, '\0');
   const Result<INT> written = Encode(mode, text, encoded.data(), static_cast<INT>(encoded.size()));
   if (!written) return std::nullopt;
