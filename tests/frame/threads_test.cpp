@@ -3,7 +3,6 @@
 #include <thread>
 
 #include "support/raw_server.h"
-#include "support/wait_until.h"
 #include "support_library/session_fixture.h"
 
 namespace {
@@ -16,11 +15,7 @@ class ThreadsTest : public test::SessionTest {
  protected:
   static void InOtherThread(const std::function<void()>& body) { std::thread(body).join(); }
 
-  // Answers the first request with a header whose body never comes.
-  RawServer server_{[](test::Connection& connection) {
-    if (connection.ReadRequest()) connection.Send(test::Head("200 OK", {"Content-Length: 10"}));
-    connection.WaitForClose();
-  }};
+  RawServer server_{[](test::Connection& connection) { connection.WaitForClose(); }};
 };
 
 TEST_F(ThreadsTest, TheErrorSlotBelongsToTheThread) {
@@ -91,44 +86,6 @@ TEST_F(ThreadsTest, AFreeThreadedSessionServesEveryThread) {
   });
   EXPECT_TRUE(HttpIsConnected(later));
   EXPECT_FALSE(HttpIsConnected(from_start));
-}
-
-TEST_F(ThreadsTest, AnotherThreadSeesAndCancelsABlockedRead) {
-  const HCLIENT client = Connect(server_.port(), 0, 0, 60);
-  ASSERT_EQ(HttpCommandA(client, "GET", "/", nullptr, 0, 0), 200);
-  std::thread watcher([&] {
-    EXPECT_TRUE(test::WaitUntil([&] { return HttpIsBlocking(client) != FALSE; }));
-    EXPECT_TRUE(test::WaitUntil([&] { return HttpGetStatus(client) == HTTP_STATUS_READ; }));
-    EXPECT_EQ(HttpCancel(client), 0);
-  });
-  BYTE bytes[8];
-  EXPECT_EQ(HttpRead(client, bytes, sizeof(bytes)), HTTP_ERROR);
-  EXPECT_EQ(LastError(), QV_ERROR_OPERATION_CANCELED);
-  watcher.join();
-  EXPECT_EQ(HttpGetStatus(client), HTTP_STATUS_IDLE);
-  EXPECT_FALSE(HttpIsBlocking(client));
-  EXPECT_TRUE(HttpIsConnected(client));
-}
-
-TEST_F(ThreadsTest, ABlockedSessionCannotBeClosedNorProbed) {
-  const HCLIENT client = Connect(server_.port(), HTTP_OPTION_FREETHREAD, 0, 60);
-  ASSERT_EQ(HttpCommandA(client, "GET", "/", nullptr, 0, 0), 200);
-  std::thread watcher([&] {
-    EXPECT_TRUE(test::WaitUntil([&] { return HttpIsBlocking(client) != FALSE; }));
-    EXPECT_EQ(HttpDisconnect(client), HTTP_ERROR);
-    EXPECT_EQ(LastError(), QV_ERROR_OPERATION_IN_PROGRESS);
-    HttpSetLastError(0);
-    EXPECT_FALSE(HttpIsWritable(client, 0));
-    EXPECT_EQ(LastError(), QV_ERROR_OPERATION_IN_PROGRESS);
-    HttpSetLastError(0);
-    EXPECT_EQ(HttpCloseFile(client), HTTP_ERROR);
-    EXPECT_EQ(LastError(), QV_ERROR_OPERATION_IN_PROGRESS);
-    EXPECT_EQ(HttpCancel(client), 0);
-  });
-  BYTE bytes[8];
-  EXPECT_EQ(HttpRead(client, bytes, sizeof(bytes)), HTTP_ERROR);
-  watcher.join();
-  EXPECT_EQ(HttpDisconnect(client), 0);
 }
 
 }  // namespace

@@ -119,8 +119,12 @@ TEST_F(WideFormsTest, Urls) {
   const std::string resource = root + "/old";
   const std::string redirect = root + "/new";
   char16_t url[128];
+  struct Case {
+    INT(WINAPI* function)(HCLIENT, LPWSTR, INT);
+    std::string expected;
+  };
   for (const auto& [function, expected] :
-       {std::pair(HttpGetResourceUrlW, resource), std::pair(HttpGetRedirectUrlW, redirect)}) {
+       {Case{HttpGetResourceUrlW, resource}, Case{HttpGetRedirectUrlW, redirect}}) {
     const auto length = static_cast<INT>(expected.size());
     EXPECT_EQ(function(client, nullptr, 0), length);
     EXPECT_EQ(function(client, url, length + 1), length);

@@ -17,8 +17,7 @@
 
 namespace {
 
-// Without the ASCII rules some letters would turn into a slash or another delimiter of URLs.
-constexpr int kIdnFlags = IDN2_NFC_INPUT | IDN2_NONTRANSITIONAL | IDN2_USE_STD3_ASCII_RULES;
+constexpr int kIdnFlags = IDN2_NFC_INPUT | IDN2_NONTRANSITIONAL;
 constexpr std::size_t kMaxLabel = 63;  // characters (RFC 1035 section 2.3.4)
 constexpr int kMaxName = 255;
 constexpr std::size_t kMaxUtf8PerUnit = 3;
@@ -38,6 +37,10 @@ bool IsControl(char c) {
   constexpr unsigned char kDelete = 0x7F;
   const auto byte = static_cast<unsigned char>(c);
   return byte <= kLastControl || byte == kDelete;
+}
+
+bool IsHostCharacter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
 }
 
 char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
@@ -75,7 +78,11 @@ std::optional<std::string> ConvertLabel(const std::string& label, Form form) {
   char* converted = nullptr;
   if (!Succeeded(idn2_to_ascii_8z(label.c_str(), &converted, kIdnFlags))) return std::nullopt;
   const IdnText ascii(converted, idn2_free);
-  if (form == Form::kAscii) return ascii.get();
+  // Some letters turn into a slash, a full stop or another delimiter: such a name would lead to a
+  // host other than the one it shows.
+  const std::string_view text(ascii.get());
+  if (!std::all_of(text.begin(), text.end(), IsHostCharacter)) return std::nullopt;
+  if (form == Form::kAscii) return std::string(text);
   if (!Succeeded(idn2_to_unicode_8z8z(ascii.get(), &converted, 0))) return std::nullopt;
   return IdnText(converted, idn2_free).get();
 }

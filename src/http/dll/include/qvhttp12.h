@@ -144,6 +144,12 @@ typedef UINT_PTR HCLIENT;
 #define HTTP_TRANSFER_COMPRESS 0x2u  /* ask for a compressed body and decode it */
 #define HTTP_TRANSFER_ERRORDATA 0x4u /* responses 400 to 599 are data, not errors */
 
+/* Submission options. */
+#define HTTP_POST_DEFAULT 0u
+#define HTTP_POST_CONVERT 0x1u   /* line ends of a text response become CR LF */
+#define HTTP_POST_MULTIPART 0x2u /* the body is a multipart document, sent as it is */
+#define HTTP_POST_ERRORDATA 0x4u /* responses 400 to 599 are data, not errors */
+
 /* URL schemes and options. */
 #define HTTP_SCHEME_HTTP 1u
 #define HTTP_SCHEME_HTTPS 2u
@@ -694,6 +700,100 @@ HTTPAPI INT WINAPI HttpGetTextExA(HCLIENT hClient, LPCSTR lpszResource, LPVOID l
 HTTPAPI INT WINAPI HttpGetTextExW(HCLIENT hClient, LPCWSTR lpszResource, LPVOID lpvBuffer,
                                   LPINT lpcchBuffer, UINT nCodePage, DWORD dwOptions) QV_NOEXCEPT;
 
+/* ==== Submission ============================================================================== */
+
+/*
+ * Sends data with POST. The body is encoded and typed as HttpSetEncodingType says, unless it is
+ * URL-safe, or a multipart document (HTTP_POST_MULTIPART, or the Content-Type
+ * "multipart/form-data").
+ *
+ *   lpvBuffer, cbBuffer    the data; NULL and 0 send an empty POST
+ *   lpvResult, lpcbResult  the response body, as lpvBuffer and lpdwLength of HttpGetData. With a
+ * NULL lpvResult it is not read: the request stays open for HttpRead, and HttpCloseFile ends it.
+ *   dwOptions              HTTP_POST_* bits
+ *
+ * Returns the result code, or HTTP_ERROR: QV_ERROR_INVALID_PARAMETER, QV_ERROR_INVALID_RESOURCE,
+ * QV_ERROR_OPERATION_IN_PROGRESS, QV_ERROR_REQUEST_NOT_COMPLETED, QV_ERROR_CONNECTION_CLOSED,
+ * QV_ERROR_OPERATION_CANCELED, the errors of HttpCommand and HttpRead.
+ */
+HTTPAPI INT WINAPI HttpPostDataA(HCLIENT hClient, LPCSTR lpszResource, LPCVOID lpvBuffer,
+                                 DWORD cbBuffer, LPVOID lpvResult, LPDWORD lpcbResult,
+                                 DWORD dwOptions) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPostDataW(HCLIENT hClient, LPCWSTR lpszResource, LPCVOID lpvBuffer,
+                                 DWORD cbBuffer, LPVOID lpvResult, LPDWORD lpcbResult,
+                                 DWORD dwOptions) QV_NOEXCEPT;
+
+/* As HttpPostData, with PUT; the data is sent as it is, by default application/octet-stream. */
+HTTPAPI INT WINAPI HttpPutDataExA(HCLIENT hClient, LPCSTR lpszResource, LPCVOID lpvBuffer,
+                                  DWORD cbBuffer, LPVOID lpvResult, LPDWORD lpcbResult,
+                                  DWORD dwOptions) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPutDataExW(HCLIENT hClient, LPCWSTR lpszResource, LPCVOID lpvBuffer,
+                                  DWORD cbBuffer, LPVOID lpvResult, LPDWORD lpcbResult,
+                                  DWORD dwOptions) QV_NOEXCEPT;
+
+/* As HttpPostData, with PATCH; the text (not empty) is sent as it is and gets no type. */
+HTTPAPI INT WINAPI HttpPatchDataA(HCLIENT hClient, LPCSTR lpszResource, LPCSTR lpszPatchData,
+                                  LPVOID lpvResult, LPDWORD lpcbResult,
+                                  DWORD dwOptions) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPatchDataW(HCLIENT hClient, LPCWSTR lpszResource, LPCWSTR lpszPatchData,
+                                  LPVOID lpvResult, LPDWORD lpcbResult,
+                                  DWORD dwOptions) QV_NOEXCEPT;
+
+/*
+ * Sends data (not empty) with PUT, with progress events as it goes, and reads the response without
+ * its body; its type is that of the resource's name. dwReserved is 0. Result as HttpPostData.
+ */
+HTTPAPI INT WINAPI HttpPutDataA(HCLIENT hClient, LPCSTR lpszResource, LPCVOID lpvBuffer,
+                                DWORD dwLength, DWORD dwReserved) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPutDataW(HCLIENT hClient, LPCWSTR lpszResource, LPCVOID lpvBuffer,
+                                DWORD dwLength, DWORD dwReserved) QV_NOEXCEPT;
+
+/*
+ * As HttpPostData for a text (not empty), sent as it is (the W form in UTF-8) with the Content-Type
+ * application/json, application/xml or "text/plain; charset=utf-8" unless one is set; the type
+ * stays set. The line ends of a text response become CR LF.
+ */
+HTTPAPI INT WINAPI HttpPostJsonA(HCLIENT hClient, LPCSTR lpszResource, LPCSTR lpszJsonData,
+                                 LPVOID lpvResult, LPDWORD lpcbResult, DWORD dwOptions) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPostJsonW(HCLIENT hClient, LPCWSTR lpszResource, LPCWSTR lpszJsonData,
+                                 LPVOID lpvResult, LPDWORD lpcbResult, DWORD dwOptions) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPostXmlA(HCLIENT hClient, LPCSTR lpszResource, LPCSTR lpszXmlData,
+                                LPVOID lpvResult, LPDWORD lpcbResult, DWORD dwOptions) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPostXmlW(HCLIENT hClient, LPCWSTR lpszResource, LPCWSTR lpszXmlData,
+                                LPVOID lpvResult, LPDWORD lpcbResult, DWORD dwOptions) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPostTextA(HCLIENT hClient, LPCSTR lpszResource, LPCSTR lpszTextData,
+                                 LPVOID lpvResult, LPDWORD lpcbResult, DWORD dwOptions) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPostTextW(HCLIENT hClient, LPCWSTR lpszResource, LPCWSTR lpszTextData,
+                                 LPVOID lpvResult, LPDWORD lpcbResult, DWORD dwOptions) QV_NOEXCEPT;
+
+/*
+ * As HttpPostText with the response as text: converted from the code page nCodePage to UTF-8 (W:
+ * UTF-16) into a buffer of *lpdwLength characters (at least 2) and cut to it; *lpdwLength receives
+ * its length. Also QV_ERROR_BUFFER_TOO_SMALL, QV_ERROR_INVALID_CHARSET.
+ */
+HTTPAPI INT WINAPI HttpPostTextExA(HCLIENT hClient, LPCSTR lpszResource, LPCSTR lpszTextData,
+                                   LPSTR lpszResult, LPDWORD lpdwLength, UINT nCodePage,
+                                   DWORD dwOptions) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPostTextExW(HCLIENT hClient, LPCWSTR lpszResource, LPCWSTR lpszTextData,
+                                   LPWSTR lpszResult, LPDWORD lpdwLength, UINT nCodePage,
+                                   DWORD dwOptions) QV_NOEXCEPT;
+
+/*
+ * Sends a text with PUT as text/plain (W: "text/plain; charset=utf-8") unless a type is set. The
+ * first form leaves the request open, as HttpPutDataEx without a result; the second is
+ * HttpPutDataEx with the line ends of a text response converted.
+ */
+HTTPAPI INT WINAPI HttpPutTextA(HCLIENT hClient, LPCSTR lpszResource,
+                                LPCSTR lpszBuffer) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPutTextW(HCLIENT hClient, LPCWSTR lpszResource,
+                                LPCWSTR lpszBuffer) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPutTextExA(HCLIENT hClient, LPCSTR lpszResource, LPCSTR lpszBuffer,
+                                  LPVOID lpvResult, LPDWORD lpcbResult,
+                                  DWORD dwOptions) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPutTextExW(HCLIENT hClient, LPCWSTR lpszResource, LPCWSTR lpszBuffer,
+                                  LPVOID lpvResult, LPDWORD lpcbResult,
+                                  DWORD dwOptions) QV_NOEXCEPT;
+
 /* ==== Events ================================================================================== */
 
 /*
@@ -851,6 +951,16 @@ HTTPAPI BOOL WINAPI HttpValidateHostNameW(LPCWSTR lpszHostName, LPWSTR lpszAddre
 #define HttpGetData HttpGetDataW
 #define HttpGetText HttpGetTextW
 #define HttpGetTextEx HttpGetTextExW
+#define HttpPostData HttpPostDataW
+#define HttpPutDataEx HttpPutDataExW
+#define HttpPatchData HttpPatchDataW
+#define HttpPutData HttpPutDataW
+#define HttpPostJson HttpPostJsonW
+#define HttpPostXml HttpPostXmlW
+#define HttpPostText HttpPostTextW
+#define HttpPostTextEx HttpPostTextExW
+#define HttpPutText HttpPutTextW
+#define HttpPutTextEx HttpPutTextExW
 #define HttpGetFileSize HttpGetFileSizeW
 #define HttpGetFileSizeEx HttpGetFileSizeExW
 #define HttpGetFileTime HttpGetFileTimeW
@@ -899,6 +1009,16 @@ HTTPAPI BOOL WINAPI HttpValidateHostNameW(LPCWSTR lpszHostName, LPWSTR lpszAddre
 #define HttpGetData HttpGetDataA
 #define HttpGetText HttpGetTextA
 #define HttpGetTextEx HttpGetTextExA
+#define HttpPostData HttpPostDataA
+#define HttpPutDataEx HttpPutDataExA
+#define HttpPatchData HttpPatchDataA
+#define HttpPutData HttpPutDataA
+#define HttpPostJson HttpPostJsonA
+#define HttpPostXml HttpPostXmlA
+#define HttpPostText HttpPostTextA
+#define HttpPostTextEx HttpPostTextExA
+#define HttpPutText HttpPutTextA
+#define HttpPutTextEx HttpPutTextExA
 #define HttpGetFileSize HttpGetFileSizeA
 #define HttpGetFileSizeEx HttpGetFileSizeExA
 #define HttpGetFileTime HttpGetFileTimeA

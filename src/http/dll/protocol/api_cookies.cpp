@@ -12,6 +12,7 @@
 namespace {
 
 constexpr std::size_t kLongestCookieHeader = 16383;
+constexpr DWORD_PTR kNowhere = ~DWORD_PTR{0};  // a position that no cookie has
 constexpr INT kUserAgentSpare = 1;  // a copy needs one character more than the terminator
 
 // Gives one text of a cookie; false when a buffer comes without its length variable.
@@ -54,8 +55,8 @@ DWORD_PTR WINAPI HttpGetNextCookieA(HCLIENT hClient, DWORD_PTR dwCookie, LPSTR l
                                     LPINT lpnCookieValue) QV_NOEXCEPT {
   return qv::SessionBoundary<DWORD_PTR>(
       hClient, 0, [&](qv::Session& session) -> qv::Result<DWORD_PTR> {
-        if (dwCookie == 0) return DWORD_PTR{0};
-        return ReportCookie(session, dwCookie, lpszCookieName, lpnCookieName, lpszCookieValue,
+        const DWORD_PTR position = dwCookie != 0 ? dwCookie : kNowhere;
+        return ReportCookie(session, position, lpszCookieName, lpnCookieName, lpszCookieValue,
                             lpnCookieValue);
       });
 }
@@ -93,6 +94,10 @@ BOOL WINAPI HttpSetCookieA(HCLIENT hClient, LPCSTR lpszCookieName,
     if (name.empty()) return qv::Error(QV_ERROR_INVALID_PARAMETER);
     const qv::HeaderEntry* current = session.request.headers.Find("Cookie");
     if (current != nullptr && current->value.size() > kLongestCookieHeader) current = nullptr;
+    if (current != nullptr && current->origin &&
+        !qv::MaySendCredentials(*current->origin, qv::OriginOf(session))) {
+      current = nullptr;  // cookies of another server do not become this one's
+    }
     if (current == nullptr && value.empty()) return TRUE;
     const std::string header =
         qv::ChangeCookieHeader(current != nullptr ? current->value : "", name, value);

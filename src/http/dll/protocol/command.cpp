@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "frame/error_slot.h"
 #include "frame/session.h"
 #include "frame/text.h"
 #include "protocol/parameters.h"
@@ -29,7 +30,11 @@ bool IsSpent(Session& session) {
 // Connects again where the connection cannot carry another request.
 Error RenewConnection(Session& session) {
   const bool closing = session.request.keep_alive_sent && session.response.close_seen;
-  if (closing || session.response.server_error) return session.engine->Reconnect(session);
+  if (closing || session.response.server_error) {
+    if (Error error = session.engine->Reconnect(session)) return error;
+    SetLastError(kNoError);  // the failure that made it necessary is over
+    return kNoError;
+  }
   if (!IsSpent(session)) return kNoError;
   session.connection.peer_closed = true;
   if (!session.Has(HTTP_OPTION_KEEPALIVE)) return QV_ERROR_CONNECTION_CLOSED;

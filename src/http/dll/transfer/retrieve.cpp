@@ -66,12 +66,12 @@ Result<RetrievedData> Retrieve(Session& session, std::string_view resource, DWOR
   TransferScope transfer(session, HTTP_STATUS_GETDATA);
   Result<MemoryBody> body = Exchange(session, resource, options);
   if (Error gone = session.CheckAlive()) return body ? gone : body.error();
-  ResponseState& response = session.response;
-  if (!body && !response.framing.complete) response.reusable = false;  // not worth reading on
-  const Error close_error = transfer.Close();
-  if (!body) return body.error();
-  if (close_error) return close_error;
-  return RetrievedData{*std::move(body), response.result_code};
+  if (!body) {
+    transfer.Abandon();
+    return body.error();
+  }
+  if (Error error = transfer.Close()) return error;
+  return RetrievedData{*std::move(body), session.response.result_code};
 }
 
 INT ContentClassOf(const Session& session) {

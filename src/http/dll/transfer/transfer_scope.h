@@ -29,7 +29,18 @@ class TransferScope {
   TransferScope(const TransferScope&) = delete;
   TransferScope& operator=(const TransferScope&) = delete;
 
+  // Ends the request.
   Error Close() { return session_.engine->CloseRequest(session_); }
+
+  // Ends the request after a failure, whose error is the one that counts; what is left of the
+  // response is not worth reading.
+  void Abandon() {
+    if (!session_.response.framing.complete) session_.response.reusable = false;
+    static_cast<void>(Close());
+  }
+
+  // The transfer proper begins.
+  void Restart() { session_.transfer.Start(); }
 
  private:
   Session& session_;
