@@ -24,7 +24,8 @@ ShareList& Shares() {
 // Whether a use with that share mode lets another have that access.
 bool Lets(DWORD share, DWORD access) {
   const bool read_refused = (access & GENERIC_READ) != 0 && (share & FILE_SHARE_READ) == 0;
-  const bool write_refused = (access & (GENERIC_WRITE | FILE_APPEND_DATA)) != 0 && (share & FILE_SHARE_WRITE) == 0;
+  const bool write_refused =
+      (access & (GENERIC_WRITE | FILE_APPEND_DATA)) != 0 && (share & FILE_SHARE_WRITE) == 0;
   return !read_refused && !write_refused;
 }
 
