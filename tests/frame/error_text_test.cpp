@@ -1,6 +1,7 @@
 // Texts of error codes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "qvhttp12.h"

@@ -60,7 +60,7 @@ TEST_F(AuthenticationTest, UnknownTypesChangeNothing) {
   const RawServer server(Answers(1));
   const HCLIENT client = Connect(server.port());
   ASSERT_EQ(HttpAuthenticateA(client, HTTP_AUTH_BASIC, "a", "b"), 0);
-  for (const UINT type : {HTTP_AUTH_DIGEST, HTTP_AUTH_NTLM, 5, 0xFFFF}) {
+  for (const UINT type : {UINT{HTTP_AUTH_DIGEST}, UINT{HTTP_AUTH_NTLM}, 5u, 0xFFFFu}) {
     HttpSetLastError(0);
     EXPECT_EQ(HttpAuthenticateA(client, type, "x", "y"), HTTP_ERROR) << type;
     EXPECT_EQ(LastError(), QV_ERROR_INVALID_AUTHENTICATION_TYPE) << type;

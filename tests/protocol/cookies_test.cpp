@@ -1,4 +1,5 @@
 // Cookies: those of a response, and the Cookie header of requests.
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>

@@ -1,5 +1,7 @@
 // Settings of a session, its status, and the URLs and content type that it reports.
+#include <cstring>
 #include <string>
+#include <vector>
 
 #include "support/raw_server.h"
 #include "support_library/session_fixture.h"

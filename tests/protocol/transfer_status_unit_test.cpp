@@ -1,6 +1,8 @@
 // The arithmetic of transfer progress, at times of the test's choosing.
 #include <gtest/gtest.h>
 
+#include <cstddef>
+
 #include "protocol/transfer_counters.h"
 #include "protocol/transfer_status.h"
 

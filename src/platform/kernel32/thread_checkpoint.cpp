@@ -3,6 +3,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstddef>
 
 #include "kernel32/thread_object.h"
@@ -13,6 +14,8 @@ extern "C" __attribute__((weak)) void __lsan_register_root_region(const void* st
 
 namespace platform {
 namespace {
+
+std::atomic<void (*)()> end_hook{nullptr};
 
 // What the stack of an ended thread owned stays allocated with it; the leak checker is told so.
 void KeepStackAsRoot() {
@@ -31,12 +34,15 @@ void KeepStackAsRoot() {
 // functions that let no exception out. So nothing is destroyed, and the stack stays allocated: that
 // is what termination means on the platform as well.
 [[noreturn]] void EndCurrentThread(ThreadObject& thread) {
+  if (const auto hook = end_hook.load(); hook != nullptr) hook();
   KeepStackAsRoot();
   thread.Finish();
   for (;;) syscall(SYS_exit, 0);
 }
 
 }  // namespace
+
+void SetThreadEndHook(void (*hook)()) noexcept { end_hook = hook; }
 
 void Checkpoint() {
   ThreadObject* const thread = CurrentThreadObject();

@@ -53,6 +53,9 @@ class ThreadObject : public KernelObject {
 ThreadObject* CurrentThreadObject() noexcept;
 void SetCurrentThreadObject(ThreadObject* thread) noexcept;
 
+// What other modules do when a thread is ended where it is, as its destructors do not run.
+void SetThreadEndHook(void (*hook)()) noexcept;
+
 // The id of a thread that is about to start, and how the thread takes it on.
 DWORD NewThreadId() noexcept;
 void SetCurrentThreadId(DWORD id) noexcept;

@@ -38,6 +38,9 @@ int ControlSocket(Socket socket, LONG command, ULONG* argument) noexcept;
 // select.cpp
 int Select(int ignored, FdSet* read, FdSet* write, FdSet* except, const TimeVal* timeout) noexcept;
 
+// async_select.cpp
+int AsyncSelect(Socket socket, HWND window, UINT message, LONG events) noexcept;
+
 // addresses.cpp
 ULONG HostToNetworkLong(ULONG value) noexcept;
 WORD HostToNetworkShort(WORD value) noexcept;

@@ -30,6 +30,7 @@ const ModuleExport kExports[] = {
     {"setsockopt", ExportAddress(&SetSocketOption)},
     {"shutdown", ExportAddress(&Shutdown)},
     {"socket", ExportAddress(&CreateSocket)},
+    {"WSAAsyncSelect", ExportAddress(&AsyncSelect)},
     {"WSACleanup", ExportAddress(&Cleanup)},
     {"WSAEnumProtocolsA", ExportAddress(&EnumerateProtocols)},
     {"WSAGetLastError", ExportAddress(&LastSocketError)},

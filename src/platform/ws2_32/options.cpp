@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "ws2_32/async_select.h"
 #include "ws2_32/errors.h"
 #include "ws2_32/functions.h"
 #include "ws2_32/socket_state.h"
@@ -211,6 +212,8 @@ int ControlSocket(Socket socket, LONG command, ULONG* argument) noexcept {
   int number = static_cast<int>(*argument);
   unsigned long native = 0;
   if (command == ::ws2::kIoctlNonBlocking) {
+    // Waiting calls would keep the thread from its messages.
+    if (number == 0 && HasNotifications(socket)) return FailWith(::ws2::kErrorInvalid);
     native = FIONBIO;
     number = number != 0 ? 1 : 0;
   } else if (command == ::ws2::kIoctlBytesReadable) {

@@ -34,20 +34,6 @@ short EventsFor(Purpose purpose) {
   return 0;
 }
 
-// Settles a connect in the background that poll() has reported on. Reading the system's error
-// clears it, so that it is kept for kOptionError or the next receive.
-void SettleConnect(Socket socket, short revents) {
-  SocketState& state = StateOf(socket);
-  if (revents == 0 || state.phase != ConnectPhase::kPending) return;
-  int error = 0;
-  if ((revents & (POLLERR | POLLHUP)) != 0) {
-    socklen_t length = sizeof(error);
-    getsockopt(Descriptor(socket), SOL_SOCKET, SO_ERROR, &error, &length);
-    if (error != 0) state.error = SocketErrorOf(error);
-  }
-  state.SettleConnect(error);
-}
-
 bool IsReady(Socket socket, short revents, Purpose purpose) {
   const bool failed = StateOf(socket).phase == ConnectPhase::kFailed;
   switch (purpose) {
@@ -86,7 +72,10 @@ class PollList {
 
   // Turns the answers of poll() into those of select(); how many sockets are ready.
   int Judge() {
-    for (nfds_t i = 0; i < count_; ++i) SettleConnect(items_[i].socket, entries_[i].revents);
+    for (nfds_t i = 0; i < count_; ++i) {
+      const short revents = entries_[i].revents;
+      if (revents != 0) SettlePendingConnect(items_[i].socket, (revents & kFailure) != 0);
+    }
     int ready = 0;
     for (nfds_t i = 0; i < count_; ++i) {
       const short revents = entries_[i].revents;
@@ -110,6 +99,7 @@ class PollList {
   }
 
  private:
+  static constexpr short kFailure = POLLERR | POLLHUP;
   static constexpr int kIgnored = -1;  // poll() skips negative descriptors
 
   struct Item {

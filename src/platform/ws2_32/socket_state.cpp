@@ -1,5 +1,7 @@
 #include "ws2_32/socket_state.h"
 
+#include <sys/socket.h>
+
 #include <cerrno>
 #include <limits>
 
@@ -20,6 +22,7 @@ void SocketState::Reset() {
   error = 0;
   send_buffer = 0;
   receive_buffer = 0;
+  notifies = false;
 }
 
 void SocketState::SettleConnect(int errno_value) {
@@ -29,6 +32,18 @@ void SocketState::SettleConnect(int errno_value) {
 }
 
 SocketState& StateOf(Socket socket) { return states[socket < kTableSize ? socket : kTableSize]; }
+
+void SettlePendingConnect(Socket socket, bool failed) {
+  SocketState& state = StateOf(socket);
+  if (state.phase != ConnectPhase::kPending) return;
+  int error = 0;
+  if (failed) {
+    socklen_t length = sizeof(error);
+    getsockopt(Descriptor(socket), SOL_SOCKET, SO_ERROR, &error, &length);
+    if (error != 0) state.error = SocketErrorOf(error);
+  }
+  state.SettleConnect(error);
+}
 
 int Descriptor(Socket socket) {
   constexpr auto kLargest = static_cast<Socket>(std::numeric_limits<int>::max());

@@ -22,6 +22,7 @@ struct SocketState {
   std::atomic<int> error{0};           // taken from the system, but not yet seen by the caller
   std::atomic<int> send_buffer{0};     // sizes in bytes that were asked for
   std::atomic<int> receive_buffer{0};
+  std::atomic<bool> notifies{false};  // its events are posted to a window
 
   void Reset();
 
@@ -32,6 +33,10 @@ struct SocketState {
 // Needs no lock: a state belongs to its descriptor. Descriptors beyond the table share one state
 // that remembers nothing useful.
 SocketState& StateOf(Socket socket);
+
+// Settles a connect in the background that is over, unless another has done it. Reading the
+// system's error clears it, so that it is kept for kOptionError or the next receive.
+void SettlePendingConnect(Socket socket, bool failed);
 
 // The descriptor of a socket, -1 for a number that cannot be one.
 int Descriptor(Socket socket);

@@ -7,6 +7,7 @@
 
 #include "platform/checkpoint.h"
 #include "ws2_32/addresses.h"
+#include "ws2_32/async_select.h"
 #include "ws2_32/errors.h"
 #include "ws2_32/functions.h"
 #include "ws2_32/socket_state.h"
@@ -48,13 +49,42 @@ int FailTransfer(Socket socket) {
   return FailWith(SocketErrorOf(error));
 }
 
-// The end of the data, or the reset that select() found when it looked for the end of a connect.
+// The end of the data, or the reset that was found when somebody else looked for it.
 int EndReceiving(Socket socket) {
   Checkpoint();
   SocketState& state = StateOf(socket);
-  if (state.phase != ConnectPhase::kCompleted) return 0;
+  const ConnectPhase phase = state.phase;
+  if (phase != ConnectPhase::kCompleted && phase != ConnectPhase::kConnected) return 0;
   const int error = state.error.exchange(0);
   return error == 0 ? 0 : FailWith(error);
+}
+
+int ReceiveOnce(Socket socket, LPSTR buffer, int length, int flags) {
+  Checkpoint();
+  if (length < 0) return FailWith(::ws2::kErrorInvalid);
+  if ((flags & ~::ws2::kFlagPeek) != 0) return FailWith(::ws2::kErrorOperationNotSupported);
+  const int native_flags = flags != 0 ? MSG_PEEK : 0;
+  while (true) {
+    const ssize_t count =
+        ::recv(Descriptor(socket), buffer, static_cast<size_t>(length), native_flags);
+    if (count > 0 || (count == 0 && length == 0)) return static_cast<int>(count);
+    if (count == 0) return EndReceiving(socket);
+    if (errno != EINTR) return FailTransfer(socket);
+    Checkpoint();
+  }
+}
+
+int SendOnce(Socket socket, LPCSTR buffer, int length, int flags) {
+  Checkpoint();
+  if (length < 0) return FailWith(::ws2::kErrorInvalid);
+  if (flags != 0) return FailWith(::ws2::kErrorOperationNotSupported);
+  while (true) {
+    const ssize_t count =
+        ::send(Descriptor(socket), buffer, static_cast<size_t>(length), MSG_NOSIGNAL);
+    if (count >= 0) return static_cast<int>(count);
+    if (errno != EINTR) return FailTransfer(socket);
+    Checkpoint();
+  }
 }
 
 }  // namespace
@@ -81,6 +111,7 @@ Socket CreateSocket(int family, int type, int protocol) noexcept {
 int CloseSocket(Socket socket) noexcept {
   const int descriptor = Descriptor(socket);
   if (descriptor < 0) return FailWith(::ws2::kErrorNotSocket);
+  if (HasNotifications(socket)) CancelNotifications(socket);
   StateOf(socket).Reset();
   // The descriptor is gone also after EINTR (close(2)).
   if (::close(descriptor) != 0 && errno != EINTR) return FailWithErrno();
@@ -103,11 +134,13 @@ int Connect(Socket socket, const SockAddr* address, int length) noexcept {
     // The system lets the first call after a connect in the background succeed.
     const bool again = before == ConnectPhase::kPending || before == ConnectPhase::kCompleted;
     state.phase = again ? ConnectPhase::kCompleted : ConnectPhase::kConnected;
+    if (!again && HasNotifications(socket)) ConnectHasBegun(socket);
     return again ? FailWith(::ws2::kErrorIsConnected) : 0;
   }
   if (error == EINPROGRESS) {
     state.error = 0;
     state.phase = ConnectPhase::kPending;
+    if (HasNotifications(socket)) ConnectHasBegun(socket);
   } else if (before == ConnectPhase::kPending && error != EALREADY) {
     state.SettleConnect(error);
   }
@@ -125,31 +158,17 @@ int Shutdown(Socket socket, int how) noexcept {
 }
 
 int Receive(Socket socket, LPSTR buffer, int length, int flags) noexcept {
-  Checkpoint();
-  if (length < 0) return FailWith(::ws2::kErrorInvalid);
-  if ((flags & ~::ws2::kFlagPeek) != 0) return FailWith(::ws2::kErrorOperationNotSupported);
-  const int native_flags = flags != 0 ? MSG_PEEK : 0;
-  while (true) {
-    const ssize_t count =
-        ::recv(Descriptor(socket), buffer, static_cast<size_t>(length), native_flags);
-    if (count > 0 || (count == 0 && length == 0)) return static_cast<int>(count);
-    if (count == 0) return EndReceiving(socket);
-    if (errno != EINTR) return FailTransfer(socket);
-    Checkpoint();
-  }
+  const int count = ReceiveOnce(socket, buffer, length, flags);
+  if (HasNotifications(socket)) ReceiveWasCalled(socket, count < 0 ? LastSocketError() : 0);
+  return count;
 }
 
 int Send(Socket socket, LPCSTR buffer, int length, int flags) noexcept {
-  Checkpoint();
-  if (length < 0) return FailWith(::ws2::kErrorInvalid);
-  if (flags != 0) return FailWith(::ws2::kErrorOperationNotSupported);
-  while (true) {
-    const ssize_t count =
-        ::send(Descriptor(socket), buffer, static_cast<size_t>(length), MSG_NOSIGNAL);
-    if (count >= 0) return static_cast<int>(count);
-    if (errno != EINTR) return FailTransfer(socket);
-    Checkpoint();
+  const int count = SendOnce(socket, buffer, length, flags);
+  if (count < 0 && HasNotifications(socket) && LastSocketError() == ::ws2::kErrorWouldBlock) {
+    SendWouldBlock(socket);
   }
+  return count;
 }
 
 }  // namespace platform::ws2_32

@@ -195,7 +195,7 @@ class Interrupted : public ::testing::Test {
     for (int i = 0; i < kTimes; ++i) {
       const int before = signals;
       pthread_kill(thread.native_handle(), SIGUSR1);
-      EXPECT_TRUE(WaitUntil([&] { return signals > before; }));
+      ASSERT_TRUE(WaitUntil([&] { return signals > before; })) << "the call is over already";
     }
   }
 

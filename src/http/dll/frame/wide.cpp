@@ -10,6 +10,9 @@ namespace {
 // One UTF-16 code unit is at most three bytes of UTF-8 (a surrogate pair four for its two).
 constexpr int kUtf8PerUnit = 3;
 
+// No text of the library is longer; a caller who names a larger capacity costs no memory for it.
+constexpr INT kMostUnits = INT{1} << 20;
+
 constexpr bool IsHighSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
 
 std::optional<std::u16string> ToWide(std::string_view text, DWORD flags) {
@@ -45,7 +48,7 @@ NarrowText::NarrowText(LPCWSTR text) : present_(text != nullptr) {
 }
 
 NarrowBuffer::NarrowBuffer(LPCWSTR target, INT capacity) : present_(target != nullptr) {
-  const auto units = static_cast<std::size_t>(std::max(capacity, 0));
+  const auto units = static_cast<std::size_t>(std::clamp(capacity, 0, kMostUnits));
   bytes_.resize(units * kUtf8PerUnit + 1);
 }
 

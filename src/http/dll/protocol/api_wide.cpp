@@ -1,4 +1,6 @@
 // W forms of the protocol engine's functions, but for headers and cookies.
+#include <optional>
+
 #include "frame/boundary.h"
 #include "frame/wide.h"
 #include "qvhttp12.h"
@@ -27,28 +29,21 @@ INT WideText(LPWSTR target, INT capacity, Overlong overlong, Call&& call) {
 // The narrow form of a credentials record; its texts live as long as it does.
 class NarrowCredentials {
  public:
-  explicit NarrowCredentials(const SECURITYCREDENTIALSW* wide)
-      : present_(wide != nullptr),
-        host_(present_ ? wide->lpszHostName : nullptr),
-        user_(present_ ? wide->lpszUserName : nullptr),
-        password_(present_ ? wide->lpszPassword : nullptr),
-        store_(present_ ? wide->lpszCertStore : nullptr),
-        name_(present_ ? wide->lpszCertName : nullptr),
-        key_(present_ ? wide->lpszKeyFile : nullptr) {
-    if (!present_) return;
-    record_ = {wide->dwSize,    wide->dwProtocol,
-               wide->dwOptions, wide->dwReserved,
-               host_,           user_,
-               password_,       store_,
-               name_,           key_};
-  }
+  explicit NarrowCredentials(const SECURITYCREDENTIALSW& wide)
+      : host_(wide.lpszHostName),
+        user_(wide.lpszUserName),
+        password_(wide.lpszPassword),
+        store_(wide.lpszCertStore),
+        name_(wide.lpszCertName),
+        key_(wide.lpszKeyFile),
+        record_{wide.dwSize, wide.dwProtocol, wide.dwOptions, wide.dwReserved, host_,
+                user_,       password_,       store_,         name_,           key_} {}
 
-  SECURITYCREDENTIALSA* get() { return present_ ? &record_ : nullptr; }
+  SECURITYCREDENTIALSA* get() { return &record_; }
 
  private:
-  bool present_;
   qv::NarrowText host_, user_, password_, store_, name_, key_;
-  SECURITYCREDENTIALSA record_{};
+  SECURITYCREDENTIALSA record_;
 };
 
 }  // namespace
@@ -57,9 +52,10 @@ HCLIENT WINAPI HttpConnectW(LPCWSTR lpszRemoteHost, UINT nRemotePort, UINT nTime
                             DWORD dwOptions, DWORD dwVersion,
                             LPSECURITYCREDENTIALSW lpCredentials) QV_NOEXCEPT {
   return qv::TwinBoundary<HCLIENT>(INVALID_CLIENT, [&] {
-    NarrowCredentials credentials(lpCredentials);
+    std::optional<NarrowCredentials> credentials;
+    if (lpCredentials != nullptr) credentials.emplace(*lpCredentials);
     return HttpConnectA(qv::NarrowText(lpszRemoteHost), nRemotePort, nTimeout, dwOptions, dwVersion,
-                        credentials.get());
+                        credentials ? credentials->get() : nullptr);
   });
 }
 

@@ -36,7 +36,10 @@ Error UseBearer(Credentials& credentials, std::string_view token) {
     credentials.type = HTTP_AUTH_NONE;
     return kNoError;
   }
-  if (token.size() >= kPasswordCapacity || !FitsHeader(token)) return QV_ERROR_INVALID_PARAMETER;
+  if (token.size() >= kPasswordCapacity || !FitsHeader(token)) {
+    credentials.type = HTTP_AUTH_NONE;
+    return QV_ERROR_INVALID_PARAMETER;
+  }
   credentials.password = token;
   return kNoError;
 }

@@ -77,6 +77,7 @@ Error AwaitContinue(Session& session) {
   const Error error = ReadResponseHeader(session);
   session.settings.timeout = timeout;
   if (error && !(error == Error(QV_ERROR_OPERATION_TIMEOUT))) return error;
+  if (Error gone = session.CheckAlive()) return gone;
   session.request.expect_continue = false;  // an interim response that comes later says nothing
   return kNoError;
 }

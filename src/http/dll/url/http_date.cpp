@@ -59,7 +59,8 @@ int64_t SecondsOf(LONG year, LONG month, LONG day, LONG hour, LONG minute, LONG 
                                       std::chrono::month(static_cast<unsigned>(month)) /
                                       std::chrono::day(1);
   const int64_t days = first.time_since_epoch().count() + day - 1;
-  return days * kSecondsPerDay + hour * kSecondsPerHour + minute * kSecondsPerMinute + second;
+  return days * kSecondsPerDay + int64_t{hour} * kSecondsPerHour +
+         int64_t{minute} * kSecondsPerMinute + second;
 }
 
 // Reads the fields token by token: a token is a run of letters and digits.
