@@ -44,7 +44,7 @@ std::optional<std::u16string> WideFromUtf8Strict(std::string_view text) {
 }
 
 NarrowText::NarrowText(LPCWSTR text) : present_(text != nullptr) {
-  if (present_) text_ = Utf8FromWide(text);
+  if (text != nullptr) text_ = Utf8FromWide(text);
 }
 
 NarrowBuffer::NarrowBuffer(LPCWSTR target, INT capacity) : present_(target != nullptr) {
