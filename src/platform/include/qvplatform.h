@@ -109,18 +109,18 @@ QVPLATFORM_API void WINAPI SetLastError(DWORD dwErrCode) QV_NOEXCEPT;
 
 /*
  * Allocates a block of dwBytes bytes and returns its handle, NULL (ERROR_NOT_ENOUGH_MEMORY) when
- * there is not enough memory. The caller owns the block and gives it back with GlobalFree. The handle
- * of a movable block is no address: GlobalLock gives that, for an empty block too. The handle of a
- * fixed block is its address.
+ * there is not enough memory. The caller owns the block and gives it back with GlobalFree. The
+ * handle of a movable block is no address: GlobalLock gives that, for an empty block too. The
+ * handle of a fixed block is its address.
  */
 QVPLATFORM_API HGLOBAL WINAPI GlobalAlloc(UINT uFlags, SIZE_T dwBytes) QV_NOEXCEPT;
 
 /*
  * Changes the size of a block; with GMEM_ZEROINIT what is added is filled with zeros. The handle
- * stays the same, the address may change while the block is not locked. A locked or fixed block that
- * cannot grow where it is fails with ERROR_NOT_ENOUGH_MEMORY unless uFlags has GMEM_MOVEABLE; the
- * new address of a fixed block is its new handle. NULL on failure, and then the block is as it was.
- * Blocks keep spare capacity, so that growing step by step is cheap.
+ * stays the same, the address may change while the block is not locked. A locked or fixed block
+ * that cannot grow where it is fails with ERROR_NOT_ENOUGH_MEMORY unless uFlags has GMEM_MOVEABLE;
+ * the new address of a fixed block is its new handle. NULL on failure, and then the block is as it
+ * was. Blocks keep spare capacity, so that growing step by step is cheap.
  */
 QVPLATFORM_API HGLOBAL WINAPI GlobalReAlloc(HGLOBAL hMem, SIZE_T dwBytes, UINT uFlags) QV_NOEXCEPT;
 
@@ -155,9 +155,9 @@ QVPLATFORM_API DWORD WINAPI GetCurrentThreadId(void) QV_NOEXCEPT;
  * class names only.
  *
  * Each thread has a queue. It is served when the thread retrieves messages (PeekMessage,
- * GetMessage, WaitMessage) or waits in SendMessage. Socket notifications of the library are gathered
- * on the same occasions. A program with a loop of its own adds the descriptor of the thread's queue
- * to what it polls and empties the queue when the descriptor is readable:
+ * GetMessage, WaitMessage) or waits in SendMessage. Socket notifications of the library are
+ * gathered on the same occasions. A program with a loop of its own adds the descriptor of the
+ * thread's queue to what it polls and empties the queue when the descriptor is readable:
  *
  *   struct pollfd entries[] = {{QvMessageDescriptor(), POLLIN, 0}, ...};
  *   for (;;) {
@@ -355,8 +355,8 @@ QVPLATFORM_API void WINAPI PostQuitMessage(int nExitCode) QV_NOEXCEPT;
 
 /*
  * Calls the window procedure and returns its result. The procedure of another thread's window is
- * called by that thread when it serves its queue; the caller waits and serves messages that are sent
- * to it meanwhile. 0 (ERROR_INVALID_WINDOW_HANDLE) when the window is gone before that.
+ * called by that thread when it serves its queue; the caller waits and serves messages that are
+ * sent to it meanwhile. 0 (ERROR_INVALID_WINDOW_HANDLE) when the window is gone before that.
  */
 QVPLATFORM_API LRESULT WINAPI SendMessageA(HWND hWnd, UINT Msg, WPARAM wParam,
                                            LPARAM lParam) QV_NOEXCEPT;

@@ -794,6 +794,59 @@ HTTPAPI INT WINAPI HttpPutTextExW(HCLIENT hClient, LPCWSTR lpszResource, LPCWSTR
                                   LPVOID lpvResult, LPDWORD lpcbResult,
                                   DWORD dwOptions) QV_NOEXCEPT;
 
+/* ==== Files =================================================================================== */
+
+/*
+ * Downloads a resource into a local file with GET.
+ *
+ *   lpszLocalFile  path, "file:" URL, or a name with %NAME% references of the environment
+ *   dwOptions      HTTP_TRANSFER_* bits; a body that comes compressed is decoded in place
+ *   qwOffset       0: the file is created or emptied. Above 0: the download of an existing file
+ * goes on there (a Range request); a server that sends the whole resource instead makes the file
+ * begin anew. In HttpGetFile dwReserved is the offset.
+ *
+ * Returns the result code, or HTTP_ERROR: QV_ERROR_INVALID_FILE_NAME, QV_ERROR_INVALID_RESOURCE,
+ * QV_ERROR_FILE_NOT_CREATED, QV_ERROR_FILE_NOT_FOUND (nothing to resume), QV_ERROR_ACCESS_DENIED,
+ * QV_ERROR_INVALID_CONTENT_RANGE (another range than asked for), QV_ERROR_FILE_WRITE_FAILED,
+ * QV_ERROR_INVALID_FILE_TYPE (not decodable), QV_ERROR_OPERATION_NOT_SUPPORTED (an offset over
+ * HTTP/0.9), and the errors of HttpGetData. What was written stays after a failure. A body that
+ * ends before its announced length is no error: HttpGetTransferStatus shows the shortfall.
+ */
+HTTPAPI INT WINAPI HttpGetFileA(HCLIENT hClient, LPCSTR lpszLocalFile, LPCSTR lpszRemoteFile,
+                                DWORD dwOptions, DWORD dwReserved) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpGetFileW(HCLIENT hClient, LPCWSTR lpszLocalFile, LPCWSTR lpszRemoteFile,
+                                DWORD dwOptions, DWORD dwReserved) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpGetFileExA(HCLIENT hClient, LPCSTR lpszLocalFile, LPCSTR lpszRemoteFile,
+                                  DWORD dwOptions, ULONGLONG qwOffset) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpGetFileExW(HCLIENT hClient, LPCWSTR lpszLocalFile, LPCWSTR lpszRemoteFile,
+                                  DWORD dwOptions, ULONGLONG qwOffset) QV_NOEXCEPT;
+
+/*
+ * Uploads a local file (not empty) with PUT; with an offset above 0 a Range header tells it, and
+ * the whole file is sent. dwOptions is 0. Returns the result code, or HTTP_ERROR:
+ * QV_ERROR_OPTION_NOT_SUPPORTED, QV_ERROR_FILE_NOT_FOUND, QV_ERROR_INVALID_FILE_TYPE (a folder or
+ * device), QV_ERROR_ACCESS_DENIED, QV_ERROR_FILE_READ_FAILED, errors of HttpCommand and HttpWrite.
+ */
+HTTPAPI INT WINAPI HttpPutFileA(HCLIENT hClient, LPCSTR lpszLocalFile, LPCSTR lpszRemoteFile,
+                                DWORD dwOptions, DWORD dwReserved) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPutFileW(HCLIENT hClient, LPCWSTR lpszLocalFile, LPCWSTR lpszRemoteFile,
+                                DWORD dwOptions, DWORD dwReserved) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPutFileExA(HCLIENT hClient, LPCSTR lpszLocalFile, LPCSTR lpszRemoteFile,
+                                  DWORD dwOptions, ULONGLONG qwOffset) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPutFileExW(HCLIENT hClient, LPCWSTR lpszLocalFile, LPCWSTR lpszRemoteFile,
+                                  DWORD dwOptions, ULONGLONG qwOffset) QV_NOEXCEPT;
+
+/*
+ * Uploads a local file with POST as a multipart form of one field ("File1" without a name), and
+ * reads the response without its body. dwOptions and dwReserved are 0. Result as HttpPutFile.
+ */
+HTTPAPI INT WINAPI HttpPostFileA(HCLIENT hClient, LPCSTR lpszFileName, LPCSTR lpszResource,
+                                 LPCSTR lpszFieldName, DWORD dwOptions,
+                                 DWORD dwReserved) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpPostFileW(HCLIENT hClient, LPCWSTR lpszFileName, LPCWSTR lpszResource,
+                                 LPCWSTR lpszFieldName, DWORD dwOptions,
+                                 DWORD dwReserved) QV_NOEXCEPT;
+
 /* ==== Events ================================================================================== */
 
 /*
@@ -898,6 +951,37 @@ HTTPAPI INT WINAPI HttpCreateUrlW(LPHTTPURLCOMPONENTSW lpUrl, DWORD dwOptions, L
                                   INT nMaxLength) QV_NOEXCEPT;
 
 /*
+ * Cleans up the path of a resource (or of a URL): one separator for several, no segments of dots.
+ * With a NULL buffer or capacity 0 the result is only measured. Returns its length, or HTTP_ERROR:
+ * QV_ERROR_INVALID_PARAMETER, QV_ERROR_INVALID_FILE_NAME (empty, or 512 characters and more),
+ * QV_ERROR_INVALID_URL_SCHEME, QV_ERROR_BUFFER_TOO_SMALL.
+ */
+HTTPAPI INT WINAPI HttpNormalizePathA(LPCSTR lpszResource, LPSTR lpszNormalized,
+                                      INT nMaxLength) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpNormalizePathW(LPCWSTR lpszResource, LPWSTR lpszNormalized,
+                                      INT nMaxLength) QV_NOEXCEPT;
+
+/*
+ * Cleans up a URL: scheme in lower case, no default port, normalized path. Buffer and result as
+ * HttpNormalizePath; QV_ERROR_INVALID_URL_PATH (empty, or 1024 characters and more).
+ */
+HTTPAPI INT WINAPI HttpNormalizeUrlA(LPCSTR lpszURL, LPSTR lpszNormalized,
+                                     INT nMaxLength) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpNormalizeUrlW(LPCWSTR lpszURL, LPWSTR lpszNormalized,
+                                     INT nMaxLength) QV_NOEXCEPT;
+
+/*
+ * The URL of a resource on a session's server; a name that is a URL loses its user and password and
+ * needs no session. Buffer as HttpNormalizePath. Returns its length, 0 on failure:
+ * QV_ERROR_INVALID_PARAMETER, QV_ERROR_INVALID_FILE_NAME, QV_ERROR_INVALID_URL_SCHEME,
+ * QV_ERROR_NOT_CONNECTED (no such session), QV_ERROR_BUFFER_TOO_SMALL.
+ */
+HTTPAPI INT WINAPI HttpGetFilePathUrlA(HCLIENT hClient, LPCSTR lpszFileName, LPSTR lpszURL,
+                                       INT nMaxLength) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpGetFilePathUrlW(HCLIENT hClient, LPCWSTR lpszFileName, LPWSTR lpszURL,
+                                       INT nMaxLength) QV_NOEXCEPT;
+
+/*
  * Whether a text is an http or https URL whose host resolves. 0 with QV_ERROR_INVALID_RESOURCE, or
  * the resolver's error.
  */
@@ -951,6 +1035,14 @@ HTTPAPI BOOL WINAPI HttpValidateHostNameW(LPCWSTR lpszHostName, LPWSTR lpszAddre
 #define HttpGetData HttpGetDataW
 #define HttpGetText HttpGetTextW
 #define HttpGetTextEx HttpGetTextExW
+#define HttpGetFile HttpGetFileW
+#define HttpGetFileEx HttpGetFileExW
+#define HttpPutFile HttpPutFileW
+#define HttpPutFileEx HttpPutFileExW
+#define HttpPostFile HttpPostFileW
+#define HttpNormalizePath HttpNormalizePathW
+#define HttpNormalizeUrl HttpNormalizeUrlW
+#define HttpGetFilePathUrl HttpGetFilePathUrlW
 #define HttpPostData HttpPostDataW
 #define HttpPutDataEx HttpPutDataExW
 #define HttpPatchData HttpPatchDataW
@@ -1009,6 +1101,14 @@ HTTPAPI BOOL WINAPI HttpValidateHostNameW(LPCWSTR lpszHostName, LPWSTR lpszAddre
 #define HttpGetData HttpGetDataA
 #define HttpGetText HttpGetTextA
 #define HttpGetTextEx HttpGetTextExA
+#define HttpGetFile HttpGetFileA
+#define HttpGetFileEx HttpGetFileExA
+#define HttpPutFile HttpPutFileA
+#define HttpPutFileEx HttpPutFileExA
+#define HttpPostFile HttpPostFileA
+#define HttpNormalizePath HttpNormalizePathA
+#define HttpNormalizeUrl HttpNormalizeUrlA
+#define HttpGetFilePathUrl HttpGetFilePathUrlA
 #define HttpPostData HttpPostDataA
 #define HttpPutDataEx HttpPutDataExA
 #define HttpPatchData HttpPatchDataA

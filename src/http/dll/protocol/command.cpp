@@ -63,8 +63,10 @@ uint64_t DeclaredLength(const RequestState& request, const CommandArguments& arg
 Result<INT> WriteAndRead(Session& session, const CommandArguments& arguments) {
   RequestState& request = session.request;
   if (Error error = WriteRequest(session, arguments)) return error;
-  if (request.method == Method::kPut && request.parameters.empty() && session.response.pending) {
-    request.keep_alive_sent = false;
+  const bool body_follows = request.parameters.empty() &&
+                            (request.method == Method::kPut || arguments.declared_length > 0);
+  if (body_follows && session.response.pending) {
+    if (request.method == Method::kPut) request.keep_alive_sent = false;
     request.streaming = request.streamed = true;
     request.declared = DeclaredLength(request, arguments);
     request.written = 0;

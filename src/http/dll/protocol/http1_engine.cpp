@@ -107,7 +107,7 @@ Result<bool> Http1Engine::IsWritable(Session& session, INT timeout) {
 
 Error Http1Engine::CloseRequest(Session& session) {
   if (session.operation.blocking) return QV_ERROR_OPERATION_IN_PROGRESS;
-  const bool has_response = session.request.open && !session.request.streaming;
+  const bool has_response = session.request.open;
   Error error;
   if (session.request.streaming) {
     error = FinishStreaming(session);

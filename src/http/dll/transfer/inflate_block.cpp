@@ -1,39 +1,18 @@
 #include "transfer/inflate_block.h"
 
-#include <zlib.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <limits>
 
-#include "protocol/session_io.h"
+#include "transfer/inflater.h"
 
 namespace qv {
 namespace {
 
-constexpr int kWindowBits = 15 + 32;  // zlib and gzip headers are recognised
 constexpr std::size_t kFirstOutput = 65536;
 constexpr uint64_t kSuspiciousSize = uint64_t{512} << 20;
 constexpr uint64_t kSuspiciousRatio = 100;
 constexpr uint64_t kLongestBody = std::numeric_limits<DWORD>::max() - 1;
-
-// Owns zlib's state.
-class Inflater {
- public:
-  Inflater() { ready_ = inflateInit2(&stream_, kWindowBits) == Z_OK; }
-  ~Inflater() {
-    if (ready_) inflateEnd(&stream_);
-  }
-  Inflater(const Inflater&) = delete;
-  Inflater& operator=(const Inflater&) = delete;
-
-  bool ready() const { return ready_; }
-  z_stream& stream() { return stream_; }
-
- private:
-  z_stream stream_{};
-  bool ready_ = false;
-};
 
 // Makes room behind `length` bytes; refuses what only a bomb would need.
 Error Grow(MemoryBlock& block, std::size_t length, std::size_t compressed) {

@@ -67,24 +67,6 @@ Result<SubmissionResult> SendOnly(Session& session, const Submission& submission
   return SubmissionResult{{}, *result};
 }
 
-// A PUT must end with error responses as errors, whatever the session asks for.
-class NoErrorDataScope {
- public:
-  explicit NoErrorDataScope(Session& session)
-      : session_(session), removed_(session.Has(HTTP_OPTION_ERRORDATA)) {
-    if (removed_) session_.settings.options &= ~HTTP_OPTION_ERRORDATA;
-  }
-  ~NoErrorDataScope() {
-    if (removed_) session_.settings.options |= HTTP_OPTION_ERRORDATA;
-  }
-  NoErrorDataScope(const NoErrorDataScope&) = delete;
-  NoErrorDataScope& operator=(const NoErrorDataScope&) = delete;
-
- private:
-  Session& session_;
-  bool removed_;
-};
-
 Error WriteInPieces(Session& session, std::string_view body) {
   Pacer pacer(session);
   while (!body.empty()) {

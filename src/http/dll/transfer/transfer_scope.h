@@ -65,6 +65,24 @@ class ErrorDataScope {
   bool added_;
 };
 
+// Makes error responses errors for the time of an upload, whatever the session asks for.
+class NoErrorDataScope {
+ public:
+  explicit NoErrorDataScope(Session& session)
+      : session_(session), removed_(session.Has(HTTP_OPTION_ERRORDATA)) {
+    if (removed_) session_.settings.options &= ~HTTP_OPTION_ERRORDATA;
+  }
+  ~NoErrorDataScope() {
+    if (removed_) session_.settings.options |= HTTP_OPTION_ERRORDATA;
+  }
+  NoErrorDataScope(const NoErrorDataScope&) = delete;
+  NoErrorDataScope& operator=(const NoErrorDataScope&) = delete;
+
+ private:
+  Session& session_;
+  bool removed_;
+};
+
 }  // namespace qv
 
 #endif  // QV_TRANSFER_TRANSFER_SCOPE_H_

@@ -1,0 +1,167 @@
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+
+#include "events/raise_event.h"
+#include "frame/library.h"
+#include "frame/session.h"
+#include "protocol/engine.h"
+#include "protocol/headers.h"
+#include "protocol/pacer.h"
+#include "protocol/session_io.h"
+#include "transfer/file_transfer.h"
+#include "transfer/local_file.h"
+#include "transfer/remote_file.h"
+#include "transfer/transfer_scope.h"
+
+namespace qv {
+namespace {
+
+constexpr std::size_t kLargePiece = std::size_t{256} << 10;
+constexpr std::string_view kDefaultField = "File1";
+
+Error WriteAllOf(Session& session, std::string_view bytes) {
+  while (!bytes.empty()) {
+    Result<INT> written =
+        session.engine->Write(session, bytes.data(), static_cast<INT>(bytes.size()));
+    if (!written) return written.error();
+    bytes.remove_prefix(static_cast<std::size_t>(*written));
+  }
+  return kNoError;
+}
+
+// Sends a file from its start to its end.
+Error SendFile(Session& session, LocalFile& file) {
+  Pacer pacer(session);
+  const std::size_t size = pacer.pauses() ? kPieceSize : kLargePiece;
+  const auto buffer = std::make_unique_for_overwrite<char[]>(size);
+  while (true) {
+    Result<std::size_t> count = file.Read({buffer.get(), size});
+    if (!count) return count.error();
+    if (*count == 0) return pacer.Finish();
+    if (Error error = WriteAllOf(session, {buffer.get(), *count})) return error;
+    if (Error error = pacer.AfterBlock()) return error;
+  }
+}
+
+bool IsBroken(Error error) {
+  return error == Error(QV_ERROR_CONNECTION_RESET) || error == Error(QV_ERROR_CONNECTION_ABORTED) ||
+         error == Error(QV_ERROR_CONNECTION_CLOSED) || error == Error(QV_ERROR_CONNECTION_SHUTDOWN);
+}
+
+// A server that refuses a body answers and closes before all of it was sent: its answer says more
+// than the broken connection.
+Error ReasonOf(Session& session, Error error) {
+  if (!session.Alive() || !IsBroken(error)) return error;
+  session.request.streaming = false;
+  session.connection.peer_closed = false;
+  session.response.pending = true;
+  session.response.result_code = 0;
+  const Error answer = session.engine->ReadResponse(session);
+  session.connection.peer_closed = true;
+  return answer && session.response.result_code != 0 ? answer : error;
+}
+
+// Ends an upload: reads the response, or gives up after an error.
+Result<INT> FinishUpload(Session& session, TransferScope& transfer, Error error) {
+  if (error) error = ReasonOf(session, error);
+  if (Error gone = session.CheckAlive()) return error ? error : gone;
+  if (error) {
+    transfer.Abandon();
+    return error;
+  }
+  if (Error close_error = transfer.Close()) return close_error;
+  if (!session.request.keep_alive_sent) session.connection.peer_closed = true;
+  return session.response.result_code;
+}
+
+// The parts of a multipart document with one file (RFC 7578).
+struct MultipartFrame {
+  std::string boundary;
+  std::string head;
+  std::string tail;
+};
+
+MultipartFrame MakeFrame(const Session& session, std::string_view field, std::string_view name) {
+  const DWORD tick = GetTickCount();
+  char boundary[64];
+  std::snprintf(boundary, sizeof(boundary), "----=_QV%04d_%04lu_%08lX_%08lX", kLibraryVersionBuild,
+                static_cast<unsigned long>(session.handle & 0xFFFFFFFF),
+                static_cast<unsigned long>(GetTickCount()), static_cast<unsigned long>(tick * 2));
+  MultipartFrame frame;
+  frame.boundary = boundary;
+  frame.head = "--" + frame.boundary + "\r\nContent-Disposition: form-data; name=\"";
+  frame.head.append(field).append("\"; filename=\"").append(name);
+  frame.head +=
+      "\"\r\nContent-Type: application/octet-stream\r\nContent-Transfer-Encoding: 8bit\r\n\r\n";
+  frame.tail = "\r\n--" + frame.boundary + "--\r\n";
+  return frame;
+}
+
+bool FitsHeader(std::string_view text) { return text.find_first_of("\r\n\"") == text.npos; }
+
+Error SendMultipart(Session& session, std::string_view resource, const MultipartFrame& frame,
+                    LocalFile& file, uint64_t size) {
+  if (Error error = SetRequestHeader(session, "Content-Type",
+                                     "multipart/form-data; boundary=" + frame.boundary)) {
+    return error;
+  }
+  const uint64_t length = frame.head.size() + size + frame.tail.size();
+  Result<INT> result = session.engine->Command(session, {"POST", resource, {}, length});
+  if (!result) return result.error();
+  if (Error error = WriteAllOf(session, frame.head)) return error;
+  session.transfer.content_length = size;
+  session.transfer.copied = 0;
+  session.transfer.Start();
+  if (Error error = SendFile(session, file)) return error;
+  return WriteAllOf(session, frame.tail);
+}
+
+}  // namespace
+
+Result<INT> UploadFromFile(Session& session, std::string_view local, std::string_view remote,
+                           DWORD options, uint64_t offset) {
+  if (local.empty()) return Error(QV_ERROR_INVALID_FILE_NAME);
+  if (remote.empty()) return Error(QV_ERROR_INVALID_RESOURCE);
+  Result<std::string> path = ResolveLocalName(local);
+  if (!path) return path.error();
+  if (options != 0) return Error(QV_ERROR_OPTION_NOT_SUPPORTED);
+  if (Error error = CheckTransferPossible(session)) return error;
+  Result<LocalFile> file = LocalFile::OpenForReading(*path);
+  if (!file) return file.error();
+  Result<uint64_t> size = file->Size();
+  if (!size) return size.error();
+  TransferScope transfer(session, HTTP_STATUS_PUTDATA);
+  const NoErrorDataScope no_error_data(session);
+  RaiseEvent(session, Event::kUpload, kNoError);
+  if (Error gone = session.CheckAlive()) return gone;
+  Result<INT> result = CreateRemoteFile(session, remote, *size, offset);
+  Error error = result.error();
+  if (result) error = SendFile(session, *file);
+  return FinishUpload(session, transfer, error);
+}
+
+Result<INT> PostFromFile(Session& session, std::string_view local, std::string_view resource,
+                         std::string_view field, DWORD options) {
+  if (local.empty()) return Error(QV_ERROR_INVALID_FILE_NAME);
+  if (resource.empty()) return Error(QV_ERROR_INVALID_RESOURCE);
+  if (options != 0) return Error(QV_ERROR_OPTION_NOT_SUPPORTED);
+  if (!FitsHeader(local)) return Error(QV_ERROR_INVALID_FILE_NAME);
+  if (!FitsHeader(field)) return Error(QV_ERROR_INVALID_PARAMETER);
+  if (Error error = CheckTransferPossible(session)) return error;
+  Result<LocalFile> file = LocalFile::OpenForReading(std::string(local));
+  if (!file) return file.error();
+  Result<uint64_t> size = file->Size();
+  if (!size) return size.error();
+  TransferScope transfer(session, HTTP_STATUS_POSTDATA);
+  const MultipartFrame frame = MakeFrame(session, field.empty() ? kDefaultField : field, local);
+  Result<INT> result =
+      FinishUpload(session, transfer, SendMultipart(session, resource, frame, *file, *size));
+  if (result) {
+    session.transfer.content_length = *size;
+    session.transfer.copied = *size;
+  }
+  return result;
+}
+
+}  // namespace qv
