@@ -74,26 +74,20 @@ BOOL WINAPI HttpGetResponseHeaderA(HCLIENT hClient, LPCSTR lpszHeader, LPSTR lps
 BOOL WINAPI HttpGetFirstHeaderA(HCLIENT hClient, DWORD nHeaderType, LPSTR lpszHeader,
                                 LPINT lpcchHeader, LPSTR lpszValue, LPINT lpcchValue) QV_NOEXCEPT {
   return qv::SessionBoundary<BOOL>(hClient, FALSE, [&](qv::Session& session) -> qv::Result<BOOL> {
-    if (lpcchHeader == nullptr || lpcchValue == nullptr) {
-      return qv::Error(QV_ERROR_INVALID_PARAMETER);
-    }
-    if (*lpcchHeader < 1 || *lpcchValue < 1) return qv::Error(QV_ERROR_BUFFER_TOO_SMALL);
-    qv::HeaderList* list = qv::HeaderListOf(session, nHeaderType);
-    if (list == nullptr) return qv::Error(QV_ERROR_INVALID_PARAMETER);
-    list->Rewind();
-    return ReportNext(*list, lpszHeader, lpcchHeader, lpszValue, lpcchValue);
+    qv::Result<qv::HeaderList*> list =
+        qv::ListToEnumerate(session, nHeaderType, lpcchHeader, lpcchValue, true);
+    if (!list) return list.error();
+    return ReportNext(**list, lpszHeader, lpcchHeader, lpszValue, lpcchValue);
   });
 }
 
 BOOL WINAPI HttpGetNextHeaderA(HCLIENT hClient, DWORD nHeaderType, LPSTR lpszHeader,
                                LPINT lpcchHeader, LPSTR lpszValue, LPINT lpcchValue) QV_NOEXCEPT {
   return qv::SessionBoundary<BOOL>(hClient, FALSE, [&](qv::Session& session) -> qv::Result<BOOL> {
-    if (lpcchHeader == nullptr || lpcchValue == nullptr) {
-      return qv::Error(QV_ERROR_INVALID_PARAMETER);
-    }
-    qv::HeaderList* list = qv::HeaderListOf(session, nHeaderType);
-    if (list == nullptr) return qv::Error(QV_ERROR_INVALID_HEADER_TYPE);
-    return ReportNext(*list, lpszHeader, lpcchHeader, lpszValue, lpcchValue);
+    qv::Result<qv::HeaderList*> list =
+        qv::ListToEnumerate(session, nHeaderType, lpcchHeader, lpcchValue, false);
+    if (!list) return list.error();
+    return ReportNext(**list, lpszHeader, lpcchHeader, lpszValue, lpcchValue);
   });
 }
 

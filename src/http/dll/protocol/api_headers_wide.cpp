@@ -76,26 +76,20 @@ BOOL WINAPI HttpGetResponseHeaderW(HCLIENT hClient, LPCWSTR lpszHeader, LPWSTR l
 BOOL WINAPI HttpGetFirstHeaderW(HCLIENT hClient, DWORD nHeaderType, LPWSTR lpszHeader,
                                 LPINT lpcchHeader, LPWSTR lpszValue, LPINT lpcchValue) QV_NOEXCEPT {
   return qv::SessionBoundary<BOOL>(hClient, FALSE, [&](qv::Session& session) -> qv::Result<BOOL> {
-    if (lpcchHeader == nullptr || lpcchValue == nullptr) {
-      return qv::Error(QV_ERROR_INVALID_PARAMETER);
-    }
-    if (*lpcchHeader < 1 || *lpcchValue < 1) return qv::Error(QV_ERROR_BUFFER_TOO_SMALL);
-    qv::HeaderList* list = qv::HeaderListOf(session, nHeaderType);
-    if (list == nullptr) return qv::Error(QV_ERROR_INVALID_PARAMETER);
-    list->Rewind();
-    return ReportNextWide(*list, lpszHeader, lpcchHeader, lpszValue, lpcchValue);
+    qv::Result<qv::HeaderList*> list =
+        qv::ListToEnumerate(session, nHeaderType, lpcchHeader, lpcchValue, true);
+    if (!list) return list.error();
+    return ReportNextWide(**list, lpszHeader, lpcchHeader, lpszValue, lpcchValue);
   });
 }
 
 BOOL WINAPI HttpGetNextHeaderW(HCLIENT hClient, DWORD nHeaderType, LPWSTR lpszHeader,
                                LPINT lpcchHeader, LPWSTR lpszValue, LPINT lpcchValue) QV_NOEXCEPT {
   return qv::SessionBoundary<BOOL>(hClient, FALSE, [&](qv::Session& session) -> qv::Result<BOOL> {
-    if (lpcchHeader == nullptr || lpcchValue == nullptr) {
-      return qv::Error(QV_ERROR_INVALID_PARAMETER);
-    }
-    qv::HeaderList* list = qv::HeaderListOf(session, nHeaderType);
-    if (list == nullptr) return qv::Error(QV_ERROR_INVALID_HEADER_TYPE);
-    return ReportNextWide(*list, lpszHeader, lpcchHeader, lpszValue, lpcchValue);
+    qv::Result<qv::HeaderList*> list =
+        qv::ListToEnumerate(session, nHeaderType, lpcchHeader, lpcchValue, false);
+    if (!list) return list.error();
+    return ReportNextWide(**list, lpszHeader, lpcchHeader, lpszValue, lpcchValue);
   });
 }
 

@@ -88,6 +88,18 @@ HeaderList* HeaderListOf(Session& session, DWORD type) {
   return type == HTTP_HEADERS_RESPONSE ? &session.response.headers : nullptr;
 }
 
+Result<HeaderList*> ListToEnumerate(Session& session, DWORD type, const INT* name_length,
+                                    const INT* value_length, bool first) {
+  if (name_length == nullptr || value_length == nullptr) return Error(QV_ERROR_INVALID_PARAMETER);
+  if (first && (*name_length < 1 || *value_length < 1)) return Error(QV_ERROR_BUFFER_TOO_SMALL);
+  HeaderList* list = HeaderListOf(session, type);
+  if (list == nullptr) {
+    return Error(first ? QV_ERROR_INVALID_PARAMETER : QV_ERROR_INVALID_HEADER_TYPE);
+  }
+  if (first) list->Rewind();
+  return list;
+}
+
 Error ClearHeaders(Session& session) {
   session.request.headers.Clear();
   session.response.headers.Clear();

@@ -39,6 +39,11 @@ Error SetRangeOffset(Session& session, uint64_t offset);
 // The list of a header type; NULL for any other value.
 HeaderList* HeaderListOf(Session& session, DWORD type);
 
+// The list to enumerate, after the checks of HttpGetFirstHeader (`first`: it is rewound, too) or of
+// HttpGetNextHeader.
+Result<HeaderList*> ListToEnumerate(Session& session, DWORD type, const INT* name_length,
+                                    const INT* value_length, bool first);
+
 // The request headers of a text of lines; the number that was set.
 Result<int> AddRequestHeaders(Session& session, std::string_view text);
 
