@@ -1,0 +1,74 @@
+// The trace log, as a file that a user reads.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "support/loopback.h"
+#include "support/raw_server.h"
+#include "support/temp_dir.h"
+#include "support_library/session_fixture.h"
+
+namespace {
+
+class TraceTest : public test::SessionTest {
+ protected:
+  std::string Path(const std::string& name) const { return (directory_.path() / name).string(); }
+
+  std::string Log(const std::string& name) const {
+    std::ifstream file(Path(name), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  test::TempDir directory_;
+};
+
+TEST_F(TraceTest, ShowsAnExchangeWithItsData) {
+  test::RawServer server(test::OneConnection({test::Response("200 OK", {}, "hello")}));
+  ASSERT_TRUE(HttpEnableTraceA(Path("log").c_str(), TRACE_INFO));
+  const HCLIENT client = Connect(server.port());
+  EXPECT_EQ(Get(client, "/").body, "hello");
+  EXPECT_TRUE(HttpDisableTrace());
+  EXPECT_FALSE(HttpDisableTrace());
+  const std::string log = Log("log");
+  EXPECT_NE(log.find(" INF: started thread 0x"), std::string::npos) << log;
+  EXPECT_NE(log.find("[12.0.3024]\r\n"), std::string::npos) << log;
+  EXPECT_NE(log.find(" WRN: connect("), std::string::npos) << log;
+  EXPECT_NE(
+      log.find(" 0000  47 45 54 20 2F 20 48 54:54 50 2F 31 2E 31 0D 0A  GET / HTTP/1.1..\r\n"),
+      std::string::npos)
+      << log;
+  EXPECT_NE(log.find(" INF: stopped thread 0x"), std::string::npos) << log;
+  struct stat status;
+  ASSERT_EQ(stat(Path("log").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777u, 0600u);
+}
+
+TEST_F(TraceTest, ErrorsOnlyShowsWhatFailed) {
+  test::RawServer server(test::OneConnection({test::Response("200 OK", {}, "hello")}));
+  test::RefusingPort refusing;
+  ASSERT_TRUE(HttpEnableTraceA(Path("errors").c_str(), TRACE_ERROR));
+  EXPECT_EQ(Get(Connect(server.port()), "/").body, "hello");
+  EXPECT_EQ(Log("errors"), "");
+  EXPECT_EQ(HttpConnectA("127.0.0.1", refusing.port(), 5, 0, 0, nullptr), INVALID_CLIENT);
+  EXPECT_TRUE(HttpDisableTrace());
+  const std::string log = Log("errors");
+  EXPECT_NE(log.find(" ERR: connect("), std::string::npos) << log;
+  EXPECT_NE(log.find("returned -1 [10061]\r\n"), std::string::npos) << log;
+  EXPECT_EQ(log.find("INF:"), std::string::npos) << log;
+}
+
+TEST_F(TraceTest, CallsAreCountedAndNamesChecked) {
+  EXPECT_FALSE(HttpEnableTraceA(Path("x.EXE").c_str(), TRACE_INFO));
+  EXPECT_TRUE(HttpDisableTrace());  // the entry exists, without a file
+  ASSERT_TRUE(HttpEnableTraceA(directory_.path().c_str(), TRACE_INFO));
+  ASSERT_TRUE(HttpEnableTraceA(nullptr, TRACE_INFO));
+  EXPECT_TRUE(HttpDisableTrace());
+  EXPECT_EQ(Log("Quorvane.log").find("stopped"), std::string::npos);
+  EXPECT_TRUE(HttpDisableTrace());
+  EXPECT_NE(Log("Quorvane.log").find("stopped"), std::string::npos);
+}
+
+}  // namespace
