@@ -54,20 +54,34 @@ Error CheckArguments(std::string_view text, const void* result, DWORD capacity) 
   return capacity < kSmallestCapacity ? Error(QV_ERROR_BUFFER_TOO_SMALL) : kNoError;
 }
 
+struct WideResponse {
+  std::u16string text;
+  INT result_code = 0;
+};
+
+// Posts a text and takes the response as text.
+Result<WideResponse> Exchange(Session& session, std::string_view resource, std::string_view text,
+                              DWORD capacity, const void* result, UINT code_page, DWORD options) {
+  if (Error error = CheckArguments(text, result, capacity)) return error;
+  Result<SubmissionResult> response = PostText(session, resource, text, options);
+  if (!response) return response.error();
+  Result<std::u16string> wide =
+      WideOfResponse({response->body.block.data(), response->body.length}, code_page);
+  if (!wide) return wide.error();
+  return WideResponse{*std::move(wide), response->result_code};
+}
+
 }  // namespace
 
 Result<INT> PostTextEx(Session& session, std::string_view resource, std::string_view text,
                        LPSTR result, LPDWORD length, UINT code_page, DWORD options) {
   if (length == nullptr) return Error(QV_ERROR_INVALID_PARAMETER);
   const DWORD capacity = std::exchange(*length, 0);
-  if (Error error = CheckArguments(text, result, capacity)) return error;
-  *result = '\0';
-  Result<SubmissionResult> response = PostText(session, resource, text, options);
+  if (result != nullptr && capacity > 0) *result = '\0';
+  Result<WideResponse> response =
+      Exchange(session, resource, text, capacity, result, code_page, options);
   if (!response) return response.error();
-  Result<std::u16string> wide =
-      WideOfResponse({response->body.block.data(), response->body.length}, code_page);
-  if (!wide) return wide.error();
-  std::string narrow = Utf8FromWide(std::u16string_view(*wide).substr(0, capacity - 1));
+  std::string narrow = Utf8FromWide(std::u16string_view(response->text).substr(0, capacity - 1));
   // Never half a character at the end.
   std::size_t kept = std::min<std::size_t>(narrow.size(), capacity - 1);
   while (kept < narrow.size() && kept > 0 && (narrow[kept] & 0xC0) == 0x80) --kept;
@@ -80,14 +94,11 @@ Result<INT> PostTextExWide(Session& session, std::string_view resource, std::str
                            LPWSTR result, LPDWORD length, UINT code_page, DWORD options) {
   if (length == nullptr) return Error(QV_ERROR_INVALID_PARAMETER);
   const DWORD capacity = std::exchange(*length, 0);
-  if (Error error = CheckArguments(text, result, capacity)) return error;
-  *result = u'\0';
-  Result<SubmissionResult> response = PostText(session, resource, text, options);
+  if (result != nullptr && capacity > 0) *result = u'\0';
+  Result<WideResponse> response =
+      Exchange(session, resource, text, capacity, result, code_page, options);
   if (!response) return response.error();
-  Result<std::u16string> wide =
-      WideOfResponse({response->body.block.data(), response->body.length}, code_page);
-  if (!wide) return wide.error();
-  *length = static_cast<DWORD>(CopyWide(*wide, result, CapacityOf(capacity)));
+  *length = static_cast<DWORD>(CopyWide(response->text, result, CapacityOf(capacity)));
   return response->result_code;
 }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "platform/ntdll.h"
+#include "transport/entry_point.h"
 
 namespace qv {
 namespace {
@@ -14,14 +15,12 @@ static_assert(sizeof(OSVERSIONINFOEXW) == 284);
 // RtlGetVersion tells the true version, GetVersionExA may tell one that suits the program.
 OSVERSIONINFOEXA ReadVersion() {
   OSVERSIONINFOEXA version = {};
-  if (HMODULE module = GetModuleHandleA("ntdll.dll")) {
-    const FARPROC address = GetProcAddress(module, "RtlGetVersion");
-    // By way of the function type that every other may be cast to and from.
-    const auto get_version =
-        reinterpret_cast<RtlGetVersionFn>(reinterpret_cast<void (*)()>(address));
+  const auto get_version =
+      FindEntryPoint<RtlGetVersionFn>(GetModuleHandleA("ntdll.dll"), "RtlGetVersion");
+  if (get_version != nullptr) {
     OSVERSIONINFOEXW wide = {};
     wide.dwOSVersionInfoSize = sizeof(wide);
-    if (get_version != nullptr && get_version(&wide) == 0) {
+    if (get_version(&wide) == 0) {
       version.dwMajorVersion = wide.dwMajorVersion;
       version.dwMinorVersion = wide.dwMinorVersion;
       version.dwBuildNumber = wide.dwBuildNumber;

@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "platform/kernel32.h"
+#include "transport/entry_point.h"
 #include "transport/os_version.h"
 
 namespace qv {
@@ -43,8 +44,7 @@ OSVERSIONINFOA SystemVersion() {
 
 template <typename Function>
 void Find(HMODULE module, const char* name, Function& function) {
-  // By way of the function type that every other may be cast to and from.
-  function = reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)));
+  function = FindEntryPoint<Function>(module, name);
 }
 
 SocketApi FindSocketFunctions(HMODULE module) {
