@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "platform/user32.h"
 #include "qvhttp12.h"
 
 namespace qv {
@@ -33,6 +34,19 @@ struct EventCallback {
 struct EventState {
   DWORD mask = 0;  // events that are delivered
   std::array<EventCallback, kEventSlots> callbacks{};
+  HWND application_window = nullptr;  // is sent application_message for each event
+  UINT application_message = 0;
+
+  HWND notification_window = nullptr;  // subclassed; the platform posts socket notifications to it
+  UINT notification_message = 0;
+  int pauses = 0;            // nested NotificationPause
+  DWORD pending = 0;         // notifications (ws2::kFd...) that came while frozen
+  bool frozen = false;       // nothing is delivered
+  bool dispatching = false;  // an event is being delivered
+  int thread_freezes = 0;    // nested ThreadFreeze of which this session is the origin
+
+  // Whether the platform posts the socket's notifications now; the socket is then non-blocking.
+  bool Notifies() const { return notification_window != nullptr && pauses == 0; }
 };
 
 }  // namespace qv

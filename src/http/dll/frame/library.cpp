@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "events/window_table.h"
 #include "frame/error_slot.h"
 #include "frame/session_table.h"
 #include "transport/os_version.h"
@@ -58,6 +59,7 @@ void Detach() {
   if (guard < 0) state.attach_guard = -1;
   if (guard != 0) return;
   SessionTable::Get().ReleaseAll();
+  RestoreSubclassedWindows();
   const DWORD slot = state.error_slot.exchange(TLS_OUT_OF_INDEXES);
   state.module = nullptr;
   state.attach_guard = -1;
@@ -84,6 +86,7 @@ void Uninitialize() {
   }
   if (last) {
     SessionTable::Get().ReleaseAll();
+    RestoreSubclassedWindows();
     trace::Disable();
     LibraryLock lock;
     StopSockets();

@@ -1,6 +1,7 @@
 #include "frame/session_table.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 #include "frame/error_slot.h"
@@ -53,6 +54,36 @@ Result<SessionRef> SessionTable::Validate(HCLIENT handle) {
   Result<SessionRef> session = Find(handle);
   if (session && !MayUse(**session)) return Error(QV_ERROR_NOT_HANDLE_OWNER);
   return session;
+}
+
+// Only sessions of the calling thread are looked into: others may be changing.
+template <class Condition>
+SessionRef SessionTable::FindOwn(Condition&& condition) {
+  const DWORD thread = GetCurrentThreadId();
+  LibraryLock lock;
+  for (const SessionRef& session : slots_) {
+    if (session && session->owner == thread && condition(*session)) return session;
+  }
+  return nullptr;
+}
+
+SessionRef SessionTable::FindBySocket(ws2::Socket socket) {
+  return FindOwn([socket](const Session& session) { return session.connection.socket == socket; });
+}
+
+SessionRef SessionTable::FindByWindow(HWND notification_window) {
+  return FindOwn([notification_window](const Session& session) {
+    return session.events.notification_window == notification_window;
+  });
+}
+
+std::vector<SessionRef> SessionTable::OwnedByThread() {
+  const DWORD thread = GetCurrentThreadId();
+  std::vector<SessionRef> sessions;
+  LibraryLock lock;
+  std::copy_if(slots_.begin(), slots_.end(), std::back_inserter(sessions),
+               [thread](const SessionRef& s) { return s && s->owner == thread; });
+  return sessions;
 }
 
 Result<DWORD> SessionTable::ChangeOwner(HCLIENT handle, DWORD thread_id) {

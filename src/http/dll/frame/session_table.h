@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "frame/error.h"
+#include "platform/ws2_32.h"
 #include "qvhttp12.h"
 
 namespace qv {
@@ -30,6 +31,13 @@ class SessionTable {
   // The session of a handle, whatever thread asks. QV_ERROR_INVALID_HANDLE.
   Result<SessionRef> Find(HCLIENT handle);
 
+  // The calling thread's session with a socket or notification window, NULL when there is none.
+  SessionRef FindBySocket(ws2::Socket socket);
+  SessionRef FindByWindow(HWND notification_window);
+
+  // All sessions of the calling thread.
+  std::vector<SessionRef> OwnedByThread();
+
   // Changes the owner (0 = the calling thread); returns the previous one.
   Result<DWORD> ChangeOwner(HCLIENT handle, DWORD thread_id);
 
@@ -42,6 +50,8 @@ class SessionTable {
 
  private:
   SessionRef FindLocked(HCLIENT handle) const;
+  template <class Condition>
+  SessionRef FindOwn(Condition&& condition);
 
   std::vector<SessionRef> slots_;  // guarded by the library lock
 };

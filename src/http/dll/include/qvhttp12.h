@@ -331,6 +331,21 @@ HTTPAPI HCLIENT WINAPI HttpConnectW(LPCWSTR lpszRemoteHost, UINT nRemotePort, UI
                                     LPSECURITYCREDENTIALSW lpCredentials) QV_NOEXCEPT;
 
 /*
+ * As HttpConnect, but does not wait for the connection: with a window the session is returned in
+ * status HTTP_STATUS_CONNECT, its events are enabled as by HttpEnableEvents, and HTTP_EVENT_CONNECT
+ * follows with the outcome. A session whose connect failed is gone after that event. The window
+ * belongs to the calling thread.
+ */
+HTTPAPI HCLIENT WINAPI HttpAsyncConnectA(LPCSTR lpszRemoteHost, UINT nRemotePort, UINT nTimeout,
+                                         DWORD dwOptions, DWORD dwVersion,
+                                         LPSECURITYCREDENTIALSA lpCredentials, HWND hEventWnd,
+                                         UINT uEventMsg) QV_NOEXCEPT;
+HTTPAPI HCLIENT WINAPI HttpAsyncConnectW(LPCWSTR lpszRemoteHost, UINT nRemotePort, UINT nTimeout,
+                                         DWORD dwOptions, DWORD dwVersion,
+                                         LPSECURITYCREDENTIALSW lpCredentials, HWND hEventWnd,
+                                         UINT uEventMsg) QV_NOEXCEPT;
+
+/*
  * Opens a session to the server that a URL names, with the URL's user name and password as Basic
  * credentials. A text without scheme counts as http (https with HTTP_OPTION_SECURE). Result and
  * errors as HttpConnect, and QV_ERROR_INVALID_RESOURCE for an empty or malformed URL.
@@ -850,6 +865,34 @@ HTTPAPI INT WINAPI HttpPostFileW(HCLIENT hClient, LPCWSTR lpszFileName, LPCWSTR 
 /* ==== Events ================================================================================== */
 
 /*
+ * Has the events of uEventMask (all without Ex; HTTP_EVENT_* bits) sent to a window: uEventMsg with
+ * the session as wParam, and in lParam the event (low 16 bits) and the low 16 bits of its error
+ * code. hEventWnd NULL does HttpDisableEvents. With one of HTTP_EVENT_CONNECT, _DISCONNECT, _READ
+ * and _WRITE in the mask the session becomes asynchronous: its socket does not block, HttpRead and
+ * HttpWrite fail with QV_ERROR_OPERATION_WOULD_BLOCK instead of waiting, HttpCommand returns 0
+ * without waiting for the response (HttpGetResultCode reads it, at the latest in HTTP_EVENT_READ);
+ * functions that transfer a whole body wait as ever. Events are delivered by the message loop of
+ * the session's thread, and by the calls that cause them. While one is delivered, further ones
+ * wait.
+ *
+ * 0 or HTTP_ERROR: QV_ERROR_INVALID_PARAMETER (not a window, or uEventMsg below WM_USER),
+ * QV_ERROR_NOT_HANDLE_OWNER (the window of another thread), QV_ERROR_OPERATION_IN_PROGRESS (from
+ * inside an event of the session).
+ */
+HTTPAPI INT WINAPI HttpEnableEvents(HCLIENT hClient, HWND hEventWnd, UINT uEventMsg) QV_NOEXCEPT;
+HTTPAPI INT WINAPI HttpEnableEventsEx(HCLIENT hClient, HWND hEventWnd, UINT uEventMsg,
+                                      UINT uEventMask) QV_NOEXCEPT;
+
+/* Ends events by messages and callbacks; the session waits again. 0 or HTTP_ERROR as above. */
+HTTPAPI INT WINAPI HttpDisableEvents(HCLIENT hClient) QV_NOEXCEPT;
+
+/*
+ * TRUE holds the events of an asynchronous session back; FALSE delivers again, beginning with what
+ * happened to the socket meanwhile. Has no effect on other sessions. 0 or HTTP_ERROR.
+ */
+HTTPAPI INT WINAPI HttpFreezeEvents(HCLIENT hClient, BOOL bFreeze) QV_NOEXCEPT;
+
+/*
  * Registers a callback for one or more events (HTTP_EVENT_* bits) and enables them; a NULL
  * procedure removes the callback. 0 or HTTP_ERROR.
  */
@@ -1009,6 +1052,7 @@ HTTPAPI BOOL WINAPI HttpValidateHostNameW(LPCWSTR lpszHostName, LPWSTR lpszAddre
 #define HttpInitialize HttpInitializeW
 #define HttpGetErrorString HttpGetErrorStringW
 #define HttpEnableTrace HttpEnableTraceW
+#define HttpAsyncConnect HttpAsyncConnectW
 #define HttpConnect HttpConnectW
 #define HttpConnectUrl HttpConnectUrlW
 #define HttpGetResourceUrl HttpGetResourceUrlW
@@ -1075,6 +1119,7 @@ HTTPAPI BOOL WINAPI HttpValidateHostNameW(LPCWSTR lpszHostName, LPWSTR lpszAddre
 #define HttpInitialize HttpInitializeA
 #define HttpGetErrorString HttpGetErrorStringA
 #define HttpEnableTrace HttpEnableTraceA
+#define HttpAsyncConnect HttpAsyncConnectA
 #define HttpConnect HttpConnectA
 #define HttpConnectUrl HttpConnectUrlA
 #define HttpGetResourceUrl HttpGetResourceUrlA

@@ -16,11 +16,20 @@ qv::Error CheckBuffer(const void* buffer, INT size) {
 
 }  // namespace
 
-HCLIENT WINAPI HttpConnectA(LPCSTR lpszRemoteHost, UINT nRemotePort, UINT nTimeout, DWORD dwOptions,
-                            DWORD dwVersion, LPSECURITYCREDENTIALSA /*lpCredentials*/) QV_NOEXCEPT {
+HCLIENT WINAPI HttpAsyncConnectA(LPCSTR lpszRemoteHost, UINT nRemotePort, UINT nTimeout,
+                                 DWORD dwOptions, DWORD dwVersion,
+                                 LPSECURITYCREDENTIALSA /*lpCredentials*/, HWND hEventWnd,
+                                 UINT uEventMsg) QV_NOEXCEPT {
   return qv::Boundary<HCLIENT>(INVALID_CLIENT, [&] {
-    return qv::ConnectSession({lpszRemoteHost, nRemotePort, nTimeout, dwOptions, dwVersion});
+    return qv::ConnectSession(
+        {lpszRemoteHost, nRemotePort, nTimeout, dwOptions, dwVersion, hEventWnd, uEventMsg});
   });
+}
+
+HCLIENT WINAPI HttpConnectA(LPCSTR lpszRemoteHost, UINT nRemotePort, UINT nTimeout, DWORD dwOptions,
+                            DWORD dwVersion, LPSECURITYCREDENTIALSA lpCredentials) QV_NOEXCEPT {
+  return HttpAsyncConnectA(lpszRemoteHost, nRemotePort, nTimeout, dwOptions, dwVersion,
+                           lpCredentials, nullptr, 0);
 }
 
 HCLIENT WINAPI HttpConnectUrlA(LPCSTR lpszURL, UINT nTimeout, DWORD dwOptions) QV_NOEXCEPT {

@@ -48,15 +48,24 @@ class NarrowCredentials {
 
 }  // namespace
 
-HCLIENT WINAPI HttpConnectW(LPCWSTR lpszRemoteHost, UINT nRemotePort, UINT nTimeout,
-                            DWORD dwOptions, DWORD dwVersion,
-                            LPSECURITYCREDENTIALSW lpCredentials) QV_NOEXCEPT {
+HCLIENT WINAPI HttpAsyncConnectW(LPCWSTR lpszRemoteHost, UINT nRemotePort, UINT nTimeout,
+                                 DWORD dwOptions, DWORD dwVersion,
+                                 LPSECURITYCREDENTIALSW lpCredentials, HWND hEventWnd,
+                                 UINT uEventMsg) QV_NOEXCEPT {
   return qv::TwinBoundary<HCLIENT>(INVALID_CLIENT, [&] {
     std::optional<NarrowCredentials> credentials;
     if (lpCredentials != nullptr) credentials.emplace(*lpCredentials);
-    return HttpConnectA(qv::NarrowText(lpszRemoteHost), nRemotePort, nTimeout, dwOptions, dwVersion,
-                        credentials ? credentials->get() : nullptr);
+    return HttpAsyncConnectA(qv::NarrowText(lpszRemoteHost), nRemotePort, nTimeout, dwOptions,
+                             dwVersion, credentials ? credentials->get() : nullptr, hEventWnd,
+                             uEventMsg);
   });
+}
+
+HCLIENT WINAPI HttpConnectW(LPCWSTR lpszRemoteHost, UINT nRemotePort, UINT nTimeout,
+                            DWORD dwOptions, DWORD dwVersion,
+                            LPSECURITYCREDENTIALSW lpCredentials) QV_NOEXCEPT {
+  return HttpAsyncConnectW(lpszRemoteHost, nRemotePort, nTimeout, dwOptions, dwVersion,
+                           lpCredentials, nullptr, 0);
 }
 
 HCLIENT WINAPI HttpConnectUrlW(LPCWSTR lpszURL, UINT nTimeout, DWORD dwOptions) QV_NOEXCEPT {

@@ -71,8 +71,8 @@ Result<INT> WriteAndRead(Session& session, const CommandArguments& arguments) {
     request.declared = DeclaredLength(request, arguments);
     request.written = 0;
     session.response.result_code = kResultOk;
-  } else if (Error error = ReadResponseHeader(session)) {
-    return error;
+  } else if (!session.events.Notifies()) {
+    if (Error error = ReadResponseHeader(session)) return error;
   }
   if (request.method != Method::kHead) request.open = true;
   return session.response.result_code;

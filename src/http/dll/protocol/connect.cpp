@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "events/notification_window.h"
 #include "frame/library.h"
 #include "frame/session.h"
 #include "frame/text.h"
@@ -101,7 +102,8 @@ Error CheckSupported(const Destination& destination) {
   return kNoError;
 }
 
-Error OpenConnection(Session& session, const Destination& destination) {
+Error OpenConnection(Session& session, const Destination& destination,
+                     const ConnectManner& manner) {
   session.settings.options = destination.options;
   session.settings.version = destination.version;
   session.settings.timeout = destination.timeout;
@@ -114,7 +116,7 @@ Error OpenConnection(Session& session, const Destination& destination) {
   if (!address) return QV_ERROR_INVALID_HOSTNAME;
   if (address->family != ws2::kFamilyInet6) session.settings.options &= ~HTTP_OPTION_PREFER_IPV6;
   connection.remote = *address;
-  return ConnectSocketOf(session, {});
+  return ConnectSocketOf(session, manner);
 }
 
 }  // namespace
@@ -123,9 +125,15 @@ Result<HCLIENT> ConnectSession(ConnectArguments arguments) {
   Result<Destination> destination = MakeDestination(arguments);
   if (!destination) return destination.error();
   if (Error error = CheckSupported(*destination)) return error;
+  ConnectManner manner;
+  if (arguments.window != nullptr) {
+    if (Error error = CheckEventWindow(arguments.window, arguments.message)) return error;
+    manner.window = arguments.window;
+    manner.message = arguments.message;
+  }
   Result<SessionRef> session = SessionTable::Get().Create();
   if (!session) return session.error();
-  if (Error error = OpenConnection(**session, *destination)) {
+  if (Error error = OpenConnection(**session, *destination, manner)) {
     SessionTable::Get().Release((*session)->handle);
     return error;
   }
@@ -144,7 +152,12 @@ Result<HCLIENT> ConnectUrl(LPCSTR url, UINT timeout, DWORD options) {
   options &= ~HTTP_OPTION_SECURE;
   if (parts->scheme == HTTP_SCHEME_HTTPS) options |= HTTP_OPTION_SECURE;
   if ((options & (HTTP_OPTION_HTTP2 | HTTP_OPTION_HTTP3)) != 0) options |= HTTP_OPTION_SECURE;
-  Result<HCLIENT> handle = ConnectSession({parts->host.c_str(), parts->port, timeout, options, 0});
+  ConnectArguments arguments;
+  arguments.host = parts->host.c_str();
+  arguments.port = parts->port;
+  arguments.timeout = timeout;
+  arguments.options = options;
+  Result<HCLIENT> handle = ConnectSession(arguments);
   if (!handle) return handle;
   Result<SessionRef> session = SessionTable::Get().Validate(*handle);
   if (!session) return session.error();

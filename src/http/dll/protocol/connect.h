@@ -13,6 +13,8 @@ struct ConnectArguments {
   UINT timeout = 0;  // seconds
   DWORD options = 0;
   DWORD version = 0;
+  HWND window = nullptr;  // for a connect in the background
+  UINT message = 0;
 };
 
 // The contract of HttpConnect.

@@ -1,5 +1,7 @@
 #include "protocol/connector.h"
 
+#include "events/notification_window.h"
+#include "events/raise_event.h"
 #include "frame/session.h"
 #include "protocol/plain_channel.h"
 #include "protocol/socket_wait.h"
@@ -8,6 +10,8 @@
 
 namespace qv {
 namespace {
+
+constexpr DWORD kAllEvents = 0xFFFFFFFF;
 
 // Waits until the connect has succeeded or failed.
 Error AwaitConnect(Session& session, ReadyFor watch, const SocketAddress& target) {
@@ -35,14 +39,29 @@ Error AwaitConnect(Session& session, ReadyFor watch, const SocketAddress& target
 }
 
 // A connected socket blocks for one slice at a time, and small writes leave at once.
-void ConfigureConnected(ws2::Socket socket) {
-  SetBlocking(socket, true);
+void ConfigureConnected(Session& session) {
+  const ws2::Socket socket = session.connection.socket;
+  if (!session.events.Notifies()) SetBlocking(socket, true);
   SetReceiveTimeout(socket, kWaitSliceMs);
   SetSendTimeout(socket, kWaitSliceMs);
   SetNoDelay(socket);
 }
 
-Error Connect(Session& session, const ConnectManner& manner) {
+// Makes the connection usable once the socket is connected.
+Error Establish(Session& session) {
+  ConfigureConnected(session);
+  Connection& connection = session.connection;
+  connection.channel = std::make_unique<PlainChannel>();
+  connection.peer_closed = false;
+  connection.used = false;
+  connection.connected = true;
+  if (!session.Has(HTTP_OPTION_SECURE)) return kNoError;
+  const NotificationPause pause(session);
+  return StartSecurity(session);
+}
+
+// Whether the socket is connected, or goes on connecting in the background.
+Result<bool> Connect(Session& session, const ConnectManner& manner) {
   Connection& connection = session.connection;
   const bool direct = connection.proxy_type == kProxyNone;
   const InternetAddress& address = direct ? connection.remote : connection.proxy;
@@ -52,12 +71,18 @@ Error Connect(Session& session, const ConnectManner& manner) {
   connection.socket = CreateStreamSocket(address.family, manner.protocol);
   if (connection.socket == ws2::kInvalidSocket) return SocketError();
   SetBlocking(connection.socket, false);
+  if (manner.window != nullptr) {
+    if (Error error = EnableEvents(session, manner.window, manner.message, kAllEvents)) {
+      return error;
+    }
+  }
   if (ConnectSocket(connection.socket, *target) != 0) {
     if (LastSocketError() != ws2::kErrorWouldBlock) return SocketError();
-    if (Error error = AwaitConnect(session, manner.watch, *target)) return error;
+    if (manner.window == nullptr) {
+      if (Error error = AwaitConnect(session, manner.watch, *target)) return error;
+    }
   }
-  ConfigureConnected(connection.socket);
-  return kNoError;
+  return manner.window == nullptr;
 }
 
 }  // namespace
@@ -66,20 +91,25 @@ Error ConnectSocketOf(Session& session, const ConnectManner& manner) {
   OperationState& operation = session.operation;
   const INT previous_status = operation.status;
   operation.status = HTTP_STATUS_CONNECT;
-  Error error = Connect(session, manner);
+  Result<bool> connected = Connect(session, manner);
   operation.blocking = false;
-  if (error) return error;
-  Connection& connection = session.connection;
-  connection.channel = std::make_unique<PlainChannel>();
-  connection.peer_closed = false;
-  connection.used = false;
-  connection.connected = true;
+  if (!connected) return connected.error();
+  if (!*connected) return kNoError;
   operation.status = previous_status == HTTP_STATUS_UNUSED ? HTTP_STATUS_IDLE : previous_status;
-  return session.Has(HTTP_OPTION_SECURE) ? StartSecurity(session) : kNoError;
+  return Establish(session);
+}
+
+void CompleteConnect(Session& session, Error error) {
+  session.operation.status = HTTP_STATUS_IDLE;
+  if (!error) error = Establish(session);
+  if (!session.Alive()) return;
+  RaiseEvent(session, Event::kConnect, error);
+  if (error) SessionTable::Get().Release(session.handle);
 }
 
 Error ReconnectSession(Session& session, const ConnectManner& manner) {
   if (session.operation.blocking) return QV_ERROR_OPERATION_IN_PROGRESS;
+  const NotificationPause pause(session);
   session.connection.CloseSocket();
   Error error = ConnectSocketOf(session, manner);
   if (error) {

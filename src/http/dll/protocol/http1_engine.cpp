@@ -1,5 +1,6 @@
 #include "protocol/http1_engine.h"
 
+#include "events/notification_window.h"
 #include "frame/session.h"
 #include "protocol/body_reader.h"
 #include "protocol/command.h"
@@ -107,6 +108,7 @@ Result<bool> Http1Engine::IsWritable(Session& session, INT timeout) {
 
 Error Http1Engine::CloseRequest(Session& session) {
   if (session.operation.blocking) return QV_ERROR_OPERATION_IN_PROGRESS;
+  const NotificationPause pause(session);
   const bool has_response = session.request.open;
   Error error;
   if (session.request.streaming) {
@@ -128,6 +130,7 @@ Error Http1Engine::Reconnect(Session& session) {
 
 Error Http1Engine::Disconnect(Session& session) {
   if (session.operation.blocking) return QV_ERROR_OPERATION_IN_PROGRESS;
+  const NotificationPause pause(session);
   session.operation.status = HTTP_STATUS_DISCONNECT;
   if (session.request.streaming) return FinishStreaming(session);
   return kNoError;

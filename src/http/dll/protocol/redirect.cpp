@@ -3,6 +3,7 @@
 #include <optional>
 #include <string_view>
 
+#include "events/notification_window.h"
 #include "frame/session.h"
 #include "frame/text.h"
 #include "protocol/command.h"
@@ -74,6 +75,7 @@ Error FollowRedirect(Session& session, std::string location) {
   if (session.operation.blocking) return QV_ERROR_OPERATION_IN_PROGRESS;
   const std::string method = session.request.method_name;
   if (method.empty()) return QV_ERROR_INVALID_COMMAND;
+  const NotificationPause pause(session);
   session.connection.CloseSocket();
   session.connection.peer_closed = true;
   Result<std::string> resource = TakeLocation(session, location);
@@ -81,6 +83,7 @@ Error FollowRedirect(Session& session, std::string location) {
   if (Error error = ReconnectSession(session, {ReadyFor::kWrite, 0})) return error;
   session.request.headers.Remove("Host");
   session.transfer.Reset();
+  session.request.open = false;  // as an asynchronous command left it
   const std::string parameters = std::move(session.request.parameters);
   Result<INT> result = ResendCommand(session, {method, *resource, parameters});
   return result.error();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "events/notification_window.h"
 #include "frame/session.h"
 #include "protocol/default_headers.h"
 #include "protocol/pacer.h"
@@ -106,6 +107,7 @@ Error WriteBody(Session& session, std::size_t sent) {
 
 Error WriteRequest(Session& session, const CommandArguments& arguments) {
   RequestState& request = session.request;
+  const NotificationPause pause(session);
   if (Error error = ComposeRequestLine(session, arguments.resource)) return error;
   session.response.headers.Clear();
   const bool http09 = session.settings.version < kFirstVersionWithHeaders;

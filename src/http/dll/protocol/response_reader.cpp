@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "events/freeze.h"
+#include "events/notification_window.h"
 #include "events/raise_event.h"
 #include "frame/session.h"
 #include "frame/text.h"
@@ -81,6 +83,13 @@ Error ReadLines(Session& session) {
   }
 }
 
+// A window procedure of the application cannot re-enter the library meanwhile.
+Error ReadUndisturbed(Session& session) {
+  const ThreadFreeze freeze_others(session);
+  const SessionFreeze freeze(session);
+  return ReadLines(session);
+}
+
 Error Fail(Session& session, Error error) {
   RaiseEvent(session, Event::kCommand, error);
   return error;
@@ -109,9 +118,18 @@ Result<bool> HandleRedirect(Session& session) {
   return true;
 }
 
+// What of the body came with the header is announced, too.
+void AnnounceData(const Session& session) {
+  const EventState& events = session.events;
+  if (events.notification_window == nullptr) return;
+  PostMessageA(events.notification_window, events.notification_message,
+               static_cast<WPARAM>(session.connection.socket), ws2::kFdRead);
+}
+
 Error Succeed(Session& session) {
   RaiseEvent(session, Event::kCommand, kNoError);
   if (Error error = session.CheckAlive()) return error;
+  AnnounceData(session);
   const Method method = session.request.method;
   const BodyFraming& framing = session.response.framing;
   if (method != Method::kHead && method != Method::kPut) {
@@ -148,7 +166,8 @@ Error Interpret(Session& session) {
 Error ReadResponseHeader(Session& session) {
   ResponseState& response = session.response;
   if (!response.pending) return kNoError;
-  Error error = ReadLines(session);
+  const NotificationPause pause(session);
+  Error error = ReadUndisturbed(session);
   const bool nothing_came = session.connection.peer_closed && response.block.block_size == 0;
   if (!error && nothing_came && session.request.repeatable) return QV_ERROR_CONNECTION_CLOSED;
   if (!error && session.request.expect_continue && response.result_code == kContinue) {

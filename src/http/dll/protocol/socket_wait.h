@@ -64,9 +64,19 @@ bool SliceRanOut(int socket_error);
 // Waits until the socket is ready, as one wait in the trace log.
 Error AwaitReady(Session& session, ReadyFor condition, const WaitLimit& limit);
 
+// One try on a non-blocking socket.
+template <class Move>
+Result<INT> MoveAtOnce(Move&& move) {
+  const int moved = move();
+  if (moved >= 0) return moved;
+  return SocketError();
+}
+
 // Repeats `move` (a receive or send of one slice) until it moved bytes or the wait has to end.
+// A session with notifications does not wait.
 template <class Move>
 Result<INT> RetryUntilMoved(Session& session, INT status, Move&& move) {
+  if (session.events.Notifies()) return MoveAtOnce(move);
   const WaitLimit limit(session.settings.timeout);
   BlockingScope blocking(session.operation, status);
   if (trace::Active()) {

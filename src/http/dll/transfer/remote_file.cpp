@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "events/notification_window.h"
 #include "frame/session.h"
 #include "frame/text.h"
 #include "protocol/engine.h"
@@ -45,6 +46,7 @@ Result<INT> QueryFileSize(Session& session, std::string_view name, uint64_t* siz
   if (Error error = CheckVersion(session)) return error;
   if (size == nullptr) return Error(QV_ERROR_INVALID_PARAMETER);
   *size = 0;
+  const NotificationPause pause(session);
   Result<INT> result = QueryHead(session, name);
   if (!result) return result;
   if (const auto field = ResponseField(session, "Content-Length", kLongestField)) {
@@ -59,6 +61,7 @@ Result<INT> QueryFileTime(Session& session, std::string_view name, SYSTEMTIME* t
   if (Error error = CheckVersion(session)) return error;
   if (time == nullptr) return Error(QV_ERROR_INVALID_PARAMETER);
   *time = SYSTEMTIME{};
+  const NotificationPause pause(session);
   Result<INT> result = QueryHead(session, name);
   if (!result) return result;
   if (const auto field = ResponseField(session, "Last-Modified", kLongestField)) {

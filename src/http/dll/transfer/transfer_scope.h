@@ -2,6 +2,7 @@
 #ifndef QV_TRANSFER_TRANSFER_SCOPE_H_
 #define QV_TRANSFER_TRANSFER_SCOPE_H_
 
+#include "events/notification_window.h"
 #include "frame/session.h"
 #include "protocol/engine.h"
 
@@ -20,7 +21,8 @@ inline Error CheckTransferPossible(const Session& session) {
 // Marks the session as transferring, from the start tick to Close, which ends the request.
 class TransferScope {
  public:
-  TransferScope(Session& session, INT status) : session_(session), operation_(session.operation) {
+  TransferScope(Session& session, INT status)
+      : session_(session), operation_(session.operation), pause_(session) {
     session_.transfer.collecting = true;
     session_.transfer.Start();
     session_.operation.status = status;
@@ -45,6 +47,7 @@ class TransferScope {
  private:
   Session& session_;
   OperationScope operation_;
+  NotificationPause pause_;
 };
 
 // Lets error responses pass as data for the time of a command.

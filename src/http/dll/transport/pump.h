@@ -6,8 +6,8 @@
 
 namespace qv {
 
-// Lets the calling thread sleep. False when the application is being asked to quit and the transfer
-// has to end.
+// Lets the calling thread sleep, after it dispatched the window messages that wait for it if it has
+// an active window. False, without a sleep, when the application is being asked to quit.
 bool PumpingSleep(DWORD milliseconds);
 
 }  // namespace qv

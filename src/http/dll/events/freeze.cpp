@@ -1,0 +1,66 @@
+#include "events/freeze.h"
+
+#include <atomic>
+
+#include "frame/session.h"
+
+namespace qv {
+namespace {
+
+std::atomic<int> notifying_sessions{0};
+
+// The order in which remembered notifications are posted again.
+constexpr LONG kReplayOrder[] = {ws2::kFdAccept, ws2::kFdConnect, ws2::kFdClose,
+                                 ws2::kFdRead,   ws2::kFdWrite,   ws2::kFdOutOfBand};
+
+void ReplayPending(Session& session) {
+  EventState& events = session.events;
+  for (const LONG notification : kReplayOrder) {
+    if ((events.pending & static_cast<DWORD>(notification)) == 0) continue;
+    PostMessageA(events.notification_window, events.notification_message,
+                 static_cast<WPARAM>(session.connection.socket), notification);
+  }
+  events.pending = 0;
+}
+
+void FreezeOthers(const Session& session, bool freeze) {
+  for (const SessionRef& other : SessionTable::Get().OwnedByThread()) {
+    if (other.get() != &session) FreezeEvents(*other, freeze);
+  }
+}
+
+}  // namespace
+
+void FreezeEvents(Session& session, bool freeze) {
+  EventState& events = session.events;
+  const bool can_freeze = events.Notifies() && session.connection.socket != ws2::kInvalidSocket;
+  if (can_freeze && events.dispatching) return;
+  if (can_freeze && events.frozen && !freeze) ReplayPending(session);
+  events.frozen = freeze && can_freeze;
+}
+
+SessionFreeze::SessionFreeze(Session& session)
+    : session_(session), frozen_before_(session.events.frozen) {
+  if (session_.events.notification_window != nullptr) session_.events.frozen = true;
+}
+
+SessionFreeze::~SessionFreeze() { session_.events.frozen = frozen_before_; }
+
+ThreadFreeze::ThreadFreeze(Session& session)
+    : session_(session), active_(!session.events.frozen && notifying_sessions > 0) {
+  if (!active_) return;
+  ++session_.events.thread_freezes;
+  FreezeOthers(session_, true);
+}
+
+ThreadFreeze::~ThreadFreeze() {
+  if (active_ && session_.events.thread_freezes > 0) ThawThread(session_);
+}
+
+void ThawThread(Session& session) {
+  if (--session.events.thread_freezes == 0) FreezeOthers(session, false);
+}
+
+void CountNotifyingSessions(int change) { notifying_sessions += change; }
+
+}  // namespace qv
