@@ -4,6 +4,8 @@
 
 #include <fstream>
 #include <iterator>
+#include <regex>
+#include <sstream>
 #include <string>
 
 #include "support/loopback.h"
@@ -44,6 +46,50 @@ TEST_F(TraceTest, ShowsAnExchangeWithItsData) {
   struct stat status;
   ASSERT_EQ(stat(Path("log").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777u, 0600u);
+}
+
+// Every line of a log with exchanges of all kinds has a known form, and what users look for is
+// there.
+TEST_F(TraceTest, EveryLineHasItsForm) {
+  const std::string number = "-?[0-9]+", hex = "0x[0-9a-f]+";
+  const std::string call =
+      "((closesocket|recv|send|socket|ioctlsocket|getsockopt|select|connect|"
+      "WSAAsyncSelect|getaddrinfo)\\([^()]*\\) returned " +
+      number + ")";
+  const std::string message =
+      "(started thread 0x[0-9A-F]{4} trace on .*|stopped thread 0x[0-9A-F]{4} trace on .*|"
+      "server returned 5 bytes of chunked data|"
+      "received [0-9]+ bytes with a content length of [0-9]+ bytes|"
+      "server using persistent connection with unknown content length)";
+  const std::regex line_form("\\S+ [0-9A-F]{4} [0-9]{4,} (INF|WRN|ERR): (" + call + "|" + message +
+                             ")( \\[" + number + "\\])?");
+  const std::regex dump_form(" +[0-9A-F]{4}  ([0-9A-F]{2}[ :]| {3}){16} [ -~]{1,16}");
+  const test::RawServer server(test::RawServer::Script{
+      {{.reply = test::Response("200 OK", {}, "whole")},
+       {.reply = test::ChunkedResponse("200 OK", {}, {"ab", "cde"})},
+       {.reply = test::Head("200 OK", {"Content-Length: 9"}) + "cut", .close_after = true}},
+      {{.reply = test::Head("200 OK") + "until close", .close_after = true}}});
+  ASSERT_TRUE(HttpEnableTraceA(Path("log").c_str(), TRACE_HEXDUMP));
+  const HCLIENT client = Connect(server.port(), HTTP_OPTION_KEEPALIVE);
+  for (const char* body : {"whole", "abcde", "cut", "until close"}) {
+    EXPECT_EQ(Get(client, "/").body, body);
+  }
+  HttpDisconnect(client);
+  EXPECT_TRUE(HttpDisableTrace());
+  const std::string log = Log("log");
+  std::istringstream lines(log);
+  for (std::string line; std::getline(lines, line);) {
+    ASSERT_TRUE(line.ends_with('\r')) << line;
+    line.pop_back();
+    EXPECT_TRUE(std::regex_match(line, line_form) || std::regex_match(line, dump_form)) << line;
+  }
+  for (const char* wanted :
+       {" INF: received 5 bytes with a content length of 5 bytes\r",
+        " INF: server returned 5 bytes of chunked data\r",
+        " WRN: received 3 bytes with a content length of 9 bytes [",
+        " WRN: server using persistent connection with unknown content length ["}) {
+    EXPECT_NE(log.find(wanted), std::string::npos) << wanted;
+  }
 }
 
 TEST_F(TraceTest, ErrorsOnlyShowsWhatFailed) {

@@ -6,9 +6,32 @@
 #include "protocol/engine.h"
 #include "protocol/pacer.h"
 #include "protocol/session_io.h"
+#include "transport/trace.h"
 
 namespace qv {
 namespace {
+
+using Kind = BodyFraming::Kind;
+
+void TraceBeginning(const Session& session) {
+  const bool until_close = session.response.framing.kind == Kind::kUntilClose;
+  if (until_close && session.request.keep_alive_sent) {
+    QV_TRACE(kWarning, "server using persistent connection with unknown content length");
+  }
+}
+
+// How much came; a body that ended before its announced length deserves a warning.
+void TraceEnd(const Session& session) {
+  const BodyFraming& framing = session.response.framing;
+  const unsigned long copied = session.transfer.copied;
+  if (framing.kind == Kind::kChunked) {
+    QV_TRACE(kInformation, "server returned %lu bytes of chunked data", copied);
+  } else if (framing.kind == Kind::kLength) {
+    const auto level = framing.complete ? trace::Level::kInformation : trace::Level::kWarning;
+    trace::WriteMessage(level, "received %lu bytes with a content length of %lu bytes", copied,
+                        copied + static_cast<unsigned long>(framing.remaining));
+  }
+}
 
 Error Receive(Session& session, BodySink& sink) {
   Pacer pacer(session);
@@ -29,7 +52,9 @@ Error Receive(Session& session, BodySink& sink) {
 Error ReceiveBody(Session& session, BodySink& sink) {
   session.transfer.copied = 0;
   session.transfer.Start();
+  TraceBeginning(session);
   const Error error = Receive(session, sink);
+  if (!error && trace::Active()) TraceEnd(session);
   if (!session.request.keep_alive_sent) session.connection.peer_closed = true;
   return error;
 }
