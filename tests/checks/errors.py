@@ -50,7 +50,7 @@ def main():
         findings.append("qverror.h: not what generate_error_header.py makes of error_codes.def")
 
     known = {"QV_ERROR_" + name for name in names} | {"QV_ERROR_ENTRY"}
-    documents = [include / "qvhttp12.h", root / "README.md", *sorted((root / "docs").glob("**/*.md"))]
+    documents = [*sorted(include.glob("qvhttp12*.h")), root / "README.md", *sorted((root / "docs").glob("**/*.md"))]
     for document in documents:
         if document.exists():
             text = document.read_text(encoding="utf-8")

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Checks that the functions of the library agree everywhere they are listed.
 
-Declared in qvhttp12.h == listed in exports.txt == exported by the built library; each A form has its
+Declared in the public headers == listed in exports.txt == exported by the built library; each A form has its
 W form and each pair its name without suffix; A forms and functions without text are defined in an
 api.cpp, W forms in the api_wide.cpp beside it.
 
@@ -84,21 +84,22 @@ def check_definitions(declared, folder):
                             + ("api_wide.cpp" if is_wide else "api.cpp"))
         elif is_wide and file.parent not in [f.parent for f in found.get(twin, [])]:
             findings.append(f"{name}: defined in {where}, away from {twin}")
-    return findings + differences(found, declared, "defined, but not declared in qvhttp12.h")
+    return findings + differences(found, declared, "defined, but not declared in a public header")
 
 
 def main():
     source, build = (pathlib.Path(argument) for argument in sys.argv[1:3])
     folder = source / "src/http/dll"
-    header = (folder / "include/qvhttp12.h").read_text(encoding="utf-8")
+    header = "\n".join(path.read_text(encoding="utf-8")
+                       for path in sorted((folder / "include").glob("qvhttp12*.h")))
     bare = COMMENT.sub(" ", header)
     declared = DECLARATION.findall(bare)
     listed = (folder / "include/exports.txt").read_text(encoding="utf-8").split()
 
-    findings = repeated(declared, "qvhttp12.h") + repeated(listed, "exports.txt")
+    findings = repeated(declared, "the public headers") + repeated(listed, "exports.txt")
     marked = len(re.findall(r"^\s*HTTPAPI\b", bare, re.M))
     if marked != len(declared) or not declared:
-        findings.append(f"qvhttp12.h: {marked} times HTTPAPI, but {len(declared)} declarations")
+        findings.append(f"public headers: {marked} times HTTPAPI, but {len(declared)} declarations")
     if listed != sorted(listed):
         findings.append("exports.txt: not sorted")
     findings += differences(declared, listed, "declared, but not in exports.txt")

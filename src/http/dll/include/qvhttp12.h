@@ -1184,4 +1184,11 @@ HTTPAPI BOOL WINAPI HttpValidateHostNameW(LPCWSTR lpszHostName, LPWSTR lpszAddre
 }
 #endif
 
+/* The other parts of the interface. */
+#include "qvhttp12_forms.h"
+#include "qvhttp12_queue.h"
+#include "qvhttp12_requests.h"
+#include "qvhttp12_security.h"
+#include "qvhttp12_tasks.h"
+
 #endif /* QVHTTP12_H */
