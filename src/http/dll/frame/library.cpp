@@ -5,6 +5,7 @@
 #include "events/window_table.h"
 #include "frame/error_slot.h"
 #include "frame/session_table.h"
+#include "tls/security_binding.h"
 #include "transport/os_version.h"
 #include "transport/socket_binding.h"
 #include "transport/trace.h"
@@ -60,6 +61,7 @@ void Detach() {
   if (guard != 0) return;
   SessionTable::Get().ReleaseAll();
   RestoreSubclassedWindows();
+  ReleaseSecurity();
   const DWORD slot = state.error_slot.exchange(TLS_OUT_OF_INDEXES);
   state.module = nullptr;
   state.attach_guard = -1;

@@ -15,6 +15,7 @@
 #include "protocol/response_state.h"
 #include "protocol/settings.h"
 #include "protocol/transfer_counters.h"
+#include "tls/identity.h"
 
 namespace qv {
 
@@ -38,6 +39,7 @@ struct Session {
   Credentials credentials;
   CookieList cookies;
   EventState events;
+  TlsState tls;
   Engine* engine;  // the protocol that the session speaks; never NULL, not owned
 
   // Whether the session is still in the table. To be asked after everything that may run code of

@@ -18,11 +18,11 @@ qv::Error CheckBuffer(const void* buffer, INT size) {
 
 HCLIENT WINAPI HttpAsyncConnectA(LPCSTR lpszRemoteHost, UINT nRemotePort, UINT nTimeout,
                                  DWORD dwOptions, DWORD dwVersion,
-                                 LPSECURITYCREDENTIALSA /*lpCredentials*/, HWND hEventWnd,
+                                 LPSECURITYCREDENTIALSA lpCredentials, HWND hEventWnd,
                                  UINT uEventMsg) QV_NOEXCEPT {
   return qv::Boundary<HCLIENT>(INVALID_CLIENT, [&] {
-    return qv::ConnectSession(
-        {lpszRemoteHost, nRemotePort, nTimeout, dwOptions, dwVersion, hEventWnd, uEventMsg});
+    return qv::ConnectSession({lpszRemoteHost, nRemotePort, nTimeout, dwOptions, dwVersion,
+                               hEventWnd, uEventMsg, lpCredentials});
   });
 }
 

@@ -4,6 +4,7 @@
 #include "frame/boundary.h"
 #include "frame/wide.h"
 #include "qvhttp12.h"
+#include "tls/credentials_record.h"
 
 namespace {
 
@@ -26,38 +27,23 @@ INT WideText(LPWSTR target, INT capacity, Overlong overlong, Call&& call) {
   });
 }
 
-// The narrow form of a credentials record; its texts live as long as it does.
-class NarrowCredentials {
- public:
-  explicit NarrowCredentials(const SECURITYCREDENTIALSW& wide)
-      : host_(wide.lpszHostName),
-        user_(wide.lpszUserName),
-        password_(wide.lpszPassword),
-        store_(wide.lpszCertStore),
-        name_(wide.lpszCertName),
-        key_(wide.lpszKeyFile),
-        record_{wide.dwSize, wide.dwProtocol, wide.dwOptions, wide.dwReserved, host_,
-                user_,       password_,       store_,         name_,           key_} {}
-
-  SECURITYCREDENTIALSA* get() { return &record_; }
-
- private:
-  qv::NarrowText host_, user_, password_, store_, name_, key_;
-  SECURITYCREDENTIALSA record_;
-};
-
 }  // namespace
 
 HCLIENT WINAPI HttpAsyncConnectW(LPCWSTR lpszRemoteHost, UINT nRemotePort, UINT nTimeout,
                                  DWORD dwOptions, DWORD dwVersion,
                                  LPSECURITYCREDENTIALSW lpCredentials, HWND hEventWnd,
                                  UINT uEventMsg) QV_NOEXCEPT {
-  return qv::TwinBoundary<HCLIENT>(INVALID_CLIENT, [&] {
-    std::optional<NarrowCredentials> credentials;
+  return qv::Boundary<HCLIENT>(INVALID_CLIENT, [&]() -> qv::Result<HCLIENT> {
+    if (lpCredentials != nullptr && lpCredentials->dwSize < sizeof(*lpCredentials)) {
+      return qv::Error(QV_ERROR_INVALID_PARAMETER);
+    }
+    std::optional<qv::NarrowCredentials> credentials;
     if (lpCredentials != nullptr) credentials.emplace(*lpCredentials);
-    return HttpAsyncConnectA(qv::NarrowText(lpszRemoteHost), nRemotePort, nTimeout, dwOptions,
-                             dwVersion, credentials ? credentials->get() : nullptr, hEventWnd,
-                             uEventMsg);
+    const HCLIENT client = HttpAsyncConnectA(
+        qv::NarrowText(lpszRemoteHost), nRemotePort, nTimeout, dwOptions, dwVersion,
+        credentials ? credentials->get() : nullptr, hEventWnd, uEventMsg);
+    if (credentials) lpCredentials->dwProtocol = credentials->get()->dwProtocol;
+    return client;
   });
 }
 

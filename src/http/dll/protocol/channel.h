@@ -6,6 +6,7 @@
 
 namespace qv {
 
+class SecurityContext;
 struct Session;
 
 // A channel waits no longer than the session's time-out, honours HttpCancel and raises the events
@@ -22,6 +23,15 @@ class Channel {
 
   // Bytes that a receive would deliver without asking the socket.
   virtual DWORD Pending() const = 0;
+
+  // Whether anything was received that is not delivered yet, even if it is no use by itself.
+  virtual bool HasBuffered() { return false; }
+
+  // Whether there is something to deliver, or the peer's end. Looks, and does not wait.
+  virtual bool HasInput(Session& session) = 0;
+
+  // The TLS connection of the channel; NULL for a plain one.
+  virtual SecurityContext* security() { return nullptr; }
 };
 
 }  // namespace qv

@@ -9,9 +9,12 @@
 #include "frame/session.h"
 #include "frame/text.h"
 #include "protocol/connector.h"
+#include "tls/secure_session.h"
+#include "tls/security_binding.h"
 #include "transport/host_name.h"
 #include "transport/resolver.h"
 #include "transport/socket_binding.h"
+#include "transport/trace.h"
 #include "url/url_parser.h"
 
 namespace qv {
@@ -69,6 +72,10 @@ void ApplyDefaultPort(Destination& destination) {
   if (destination.port == HTTP_PORT_DEFAULT && secure && !tunnel) {
     destination.port = HTTP_PORT_SECURE;
   }
+}
+
+void ApplySecurePort(Destination& destination) {
+  const bool tunnel = (destination.options & HTTP_OPTION_TUNNEL) != 0;
   if (destination.port == HTTP_PORT_SECURE && !tunnel) destination.options |= HTTP_OPTION_SECURE;
 }
 
@@ -93,23 +100,37 @@ Result<Destination> MakeDestination(const ConnectArguments& arguments) {
   return destination;
 }
 
-// What this build has no engine or channel for.
-Error CheckSupported(const Destination& destination) {
-  if (destination.version >= HTTP_VERSION_20) return QV_ERROR_FEATURE_NOT_SUPPORTED;
-  if ((destination.options & (HTTP_OPTION_PROXY | HTTP_OPTION_SECURE)) != 0) {
-    return QV_ERROR_FEATURE_NOT_SUPPORTED;
-  }
-  return kNoError;
+// A server that cannot be spoken to in the wanted version is spoken to in HTTP/1.1.
+void FallBackToHttp1(Destination& destination) {
+  if (destination.version < HTTP_VERSION_20) return;
+  destination.options &= ~(HTTP_OPTION_HTTP2 | HTTP_OPTION_HTTP3);
+  destination.version = HTTP_VERSION_11;
+  QV_TRACE(kWarning, "h2 connection fallback initiated");
 }
 
-Error OpenConnection(Session& session, const Destination& destination,
-                     const ConnectManner& manner) {
+// What this build has no connection for.
+Error CheckSupported(const Destination& destination) {
+  const bool proxy = (destination.options & HTTP_OPTION_PROXY) != 0;
+  return proxy ? Error(QV_ERROR_FEATURE_NOT_SUPPORTED) : kNoError;
+}
+
+bool IsSecure(const Destination& destination) {
+  return (destination.options & HTTP_OPTION_SECURE) != 0;
+}
+
+Error OpenConnection(Session& session, const Destination& destination, const ConnectManner& manner,
+                     SECURITYCREDENTIALSA* credentials) {
   session.settings.options = destination.options;
   session.settings.version = destination.version;
   session.settings.timeout = destination.timeout;
   Connection& connection = session.connection;
   connection.port = destination.port;
   connection.host = destination.host;
+  SetIdentity(session, credentials);
+  if (IsSecure(destination)) {
+    if (credentials != nullptr) credentials->dwProtocol = session.tls.identity.protocols;
+    if (Error error = PrepareSecurity(session)) return error;
+  }
   const bool prefer_ipv6 = session.Has(HTTP_OPTION_PREFER_IPV6);
   Result<InternetAddress> address = ResolveHost(
       destination.host.c_str(), prefer_ipv6 ? ws2::kFamilyInet6 : ws2::kFamilyUnspecified);
@@ -124,7 +145,12 @@ Error OpenConnection(Session& session, const Destination& destination,
 Result<HCLIENT> ConnectSession(ConnectArguments arguments) {
   Result<Destination> destination = MakeDestination(arguments);
   if (!destination) return destination.error();
+  FallBackToHttp1(*destination);
   if (Error error = CheckSupported(*destination)) return error;
+  ApplySecurePort(*destination);
+  if (IsSecure(*destination)) {
+    if (Error error = BindSecurity()) return error;
+  }
   ConnectManner manner;
   if (arguments.window != nullptr) {
     if (Error error = CheckEventWindow(arguments.window, arguments.message)) return error;
@@ -133,7 +159,7 @@ Result<HCLIENT> ConnectSession(ConnectArguments arguments) {
   }
   Result<SessionRef> session = SessionTable::Get().Create();
   if (!session) return session.error();
-  if (Error error = OpenConnection(**session, *destination, manner)) {
+  if (Error error = OpenConnection(**session, *destination, manner, arguments.credentials)) {
     SessionTable::Get().Release((*session)->handle);
     return error;
   }

@@ -15,6 +15,8 @@ struct ConnectArguments {
   DWORD version = 0;
   HWND window = nullptr;  // for a connect in the background
   UINT message = 0;
+  // For a secure session; a dwProtocol of 0 is replaced by what it stands for.
+  SECURITYCREDENTIALSA* credentials = nullptr;
 };
 
 // The contract of HttpConnect.

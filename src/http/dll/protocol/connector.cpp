@@ -5,6 +5,7 @@
 #include "frame/session.h"
 #include "protocol/plain_channel.h"
 #include "protocol/socket_wait.h"
+#include "tls/secure_session.h"
 #include "transport/address.h"
 #include "transport/socket_binding.h"
 
@@ -122,7 +123,5 @@ Error ReconnectSession(Session& session, const ConnectManner& manner) {
   session.request.streaming = false;
   return kNoError;
 }
-
-Error StartSecurity(Session& /*session*/) { return QV_ERROR_FEATURE_NOT_SUPPORTED; }
 
 }  // namespace qv

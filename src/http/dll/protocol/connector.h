@@ -30,9 +30,6 @@ Error ReconnectSession(Session& session, const ConnectManner& manner);
 // failed.
 void CompleteConnect(Session& session, Error error);
 
-// Starts TLS on a connected session. QV_ERROR_FEATURE_NOT_SUPPORTED: this build has none.
-Error StartSecurity(Session& session);
-
 }  // namespace qv
 
 #endif  // QV_PROTOCOL_CONNECTOR_H_

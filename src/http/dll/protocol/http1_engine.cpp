@@ -90,7 +90,7 @@ Result<bool> Http1Engine::IsReadable(Session& session, INT timeout, DWORD* avail
     *available = static_cast<DWORD>(connection.input.size());
     return true;
   }
-  if (connection.channel != nullptr && connection.channel->Pending() > 0) {
+  if (connection.channel != nullptr && connection.channel->HasBuffered()) {
     *available = connection.channel->Pending();
     return true;
   }

@@ -16,4 +16,9 @@ Result<INT> PlainChannel::Send(Session& session, const void* data, INT size) {
                          [&] { return SendBytes(session.connection.socket, data, size); });
 }
 
+bool PlainChannel::HasInput(Session& session) {
+  constexpr ws2::TimeVal kNoWait{0, 0};
+  return WaitSocket(session.connection.socket, ReadyFor::kRead, &kNoWait).count > 0;
+}
+
 }  // namespace qv

@@ -11,6 +11,7 @@ class PlainChannel final : public Channel {
   Result<INT> Receive(Session& session, void* buffer, INT size) override;
   Result<INT> Send(Session& session, const void* data, INT size) override;
   DWORD Pending() const override { return 0; }
+  bool HasInput(Session& session) override;
 };
 
 }  // namespace qv

@@ -73,9 +73,7 @@ Error WriteAll(Session& session, std::string_view bytes) {
 
 bool HasUnaskedInput(Session& session) {
   const Connection& connection = session.connection;
-  if (!connection.input.empty() || connection.channel->Pending() > 0) return true;
-  constexpr ws2::TimeVal kNoWait{0, 0};
-  return WaitSocket(connection.socket, ReadyFor::kRead, &kNoWait).count > 0;
+  return !connection.input.empty() || connection.channel->HasInput(session);
 }
 
 }  // namespace qv

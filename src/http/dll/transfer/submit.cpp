@@ -13,6 +13,7 @@
 #include "transfer/remote_file.h"
 #include "transfer/retrieve.h"
 #include "transfer/transfer_scope.h"
+#include "transfer/upload_end.h"
 
 namespace qv {
 namespace {
@@ -51,8 +52,9 @@ Result<MemoryBody> CollectResponse(Session& session, DWORD options) {
 
 Result<INT> SendCommand(Session& session, const Submission& submission) {
   const ErrorDataScope error_data(session, (submission.options & HTTP_POST_ERRORDATA) != 0);
-  return session.engine->Command(session,
-                                 {submission.method, submission.resource, submission.body});
+  Result<INT> result =
+      session.engine->Command(session, {submission.method, submission.resource, submission.body});
+  return result ? result : ReasonOfBrokenUpload(session, result.error());
 }
 
 // Sends what is to be read back with the request still open on success.
@@ -122,12 +124,7 @@ Result<INT> StreamPut(Session& session, std::string_view resource, std::string_v
     transfer.Restart();
     error = WriteInPieces(session, body);
   }
-  if (Error gone = session.CheckAlive()) return error ? error : gone;
-  const Error close_error = transfer.Close();
-  if (!session.request.keep_alive_sent) session.connection.peer_closed = true;
-  if (error) return error;
-  if (close_error) return close_error;
-  return session.response.result_code;
+  return FinishUpload(session, transfer, error);
 }
 
 }  // namespace qv

@@ -13,6 +13,7 @@
 #include "transfer/local_file.h"
 #include "transfer/remote_file.h"
 #include "transfer/transfer_scope.h"
+#include "transfer/upload_end.h"
 
 namespace qv {
 namespace {
@@ -30,49 +31,22 @@ Error WriteAllOf(Session& session, std::string_view bytes) {
   return kNoError;
 }
 
-// Sends a file from its start to its end.
-Error SendFile(Session& session, LocalFile& file) {
+// Sends a file of the announced size. What it grows by meanwhile is left out; a file that got
+// shorter is QV_ERROR_FILE_READ_FAILED.
+Error SendFile(Session& session, LocalFile& file, uint64_t size) {
   Pacer pacer(session);
-  const std::size_t size = pacer.pauses() ? kPieceSize : kLargePiece;
-  const auto buffer = std::make_unique_for_overwrite<char[]>(size);
-  while (true) {
-    Result<std::size_t> count = file.Read({buffer.get(), size});
+  const std::size_t largest = pacer.pauses() ? kPieceSize : kLargePiece;
+  const auto buffer = std::make_unique_for_overwrite<char[]>(largest);
+  while (size > 0) {
+    const auto wanted = static_cast<std::size_t>(std::min<uint64_t>(size, largest));
+    Result<std::size_t> count = file.Read({buffer.get(), wanted});
     if (!count) return count.error();
-    if (*count == 0) return pacer.Finish();
+    if (*count == 0) return QV_ERROR_FILE_READ_FAILED;
+    size -= *count;
     if (Error error = WriteAllOf(session, {buffer.get(), *count})) return error;
     if (Error error = pacer.AfterBlock()) return error;
   }
-}
-
-bool IsBroken(Error error) {
-  return error == Error(QV_ERROR_CONNECTION_RESET) || error == Error(QV_ERROR_CONNECTION_ABORTED) ||
-         error == Error(QV_ERROR_CONNECTION_CLOSED) || error == Error(QV_ERROR_CONNECTION_SHUTDOWN);
-}
-
-// A server that refuses a body answers and closes before all of it was sent: its answer says more
-// than the broken connection.
-Error ReasonOf(Session& session, Error error) {
-  if (!session.Alive() || !IsBroken(error)) return error;
-  session.request.streaming = false;
-  session.connection.peer_closed = false;
-  session.response.pending = true;
-  session.response.result_code = 0;
-  const Error answer = session.engine->ReadResponse(session);
-  session.connection.peer_closed = true;
-  return answer && session.response.result_code != 0 ? answer : error;
-}
-
-// Ends an upload: reads the response, or gives up after an error.
-Result<INT> FinishUpload(Session& session, TransferScope& transfer, Error error) {
-  if (error) error = ReasonOf(session, error);
-  if (Error gone = session.CheckAlive()) return error ? error : gone;
-  if (error) {
-    transfer.Abandon();
-    return error;
-  }
-  if (Error close_error = transfer.Close()) return close_error;
-  if (!session.request.keep_alive_sent) session.connection.peer_closed = true;
-  return session.response.result_code;
+  return pacer.Finish();
 }
 
 // The parts of a multipart document with one file (RFC 7578).
@@ -113,7 +87,7 @@ Error SendMultipart(Session& session, std::string_view resource, const Multipart
   session.transfer.content_length = size;
   session.transfer.copied = 0;
   session.transfer.Start();
-  if (Error error = SendFile(session, file)) return error;
+  if (Error error = SendFile(session, file, size)) return error;
   return WriteAllOf(session, frame.tail);
 }
 
@@ -137,7 +111,7 @@ Result<INT> UploadFromFile(Session& session, std::string_view local, std::string
   if (Error gone = session.CheckAlive()) return gone;
   Result<INT> result = CreateRemoteFile(session, remote, *size, offset);
   Error error = result.error();
-  if (result) error = SendFile(session, *file);
+  if (result) error = SendFile(session, *file, *size);
   return FinishUpload(session, transfer, error);
 }
 

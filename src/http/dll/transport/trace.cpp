@@ -241,4 +241,12 @@ void WriteData(std::string_view bytes) {
   WriteLine(static_cast<DWORD>(Level::kHexDump), false, bytes);
 }
 
+void WriteSecureContent(const char* what, std::string_view bytes) {
+  constexpr auto kContent = static_cast<DWORD>(Level::kSecureContent);
+  const std::string line =
+      std::string(what) + " buffer of " + std::to_string(bytes.size()) + " bytes";
+  WriteLine(kContent, false, line);
+  WriteLine(kContent | static_cast<DWORD>(Level::kHexDump), false, bytes);
+}
+
 }  // namespace qv::trace

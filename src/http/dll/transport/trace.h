@@ -40,6 +40,10 @@ void WriteCall(bool failed, const char* format, ...) __attribute__((format(print
 // Writes bytes as a hex dump.
 void WriteData(std::string_view bytes);
 
+// Announces decrypted or encrypted content ("decrypted") and writes it as a hex dump, unless the
+// trace is to be without.
+void WriteSecureContent(const char* what, std::string_view bytes);
+
 }  // namespace qv::trace
 
 // A message at a level; the arguments are evaluated only while a trace is on.

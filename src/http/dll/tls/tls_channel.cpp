@@ -1,0 +1,146 @@
+#include "tls/tls_channel.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "events/notification_window.h"
+#include "frame/session.h"
+#include "protocol/socket_wait.h"
+#include "tls/handshake.h"
+#include "transport/socket.h"
+#include "transport/trace.h"
+
+namespace qv {
+namespace {
+
+void TraceContent(const char* what, std::string_view bytes) {
+  if (trace::Active()) trace::WriteSecureContent(what, bytes);
+}
+
+}  // namespace
+
+Result<std::unique_ptr<TlsChannel>> TlsChannel::Open(Session& session,
+                                                     ClientCredential credential) {
+  std::unique_ptr<TlsChannel> channel(
+      new TlsChannel(session.connection.socket, std::move(credential)));
+  if (Error error = StartHandshake(session, channel->context_, channel->input_)) return error;
+  channel->established_ = true;
+  return channel;
+}
+
+TlsChannel::~TlsChannel() {
+  if (!established_ || send_error_) return;
+  const Token farewell = context_.Shutdown();
+  if (farewell.size == 0) return;
+  SendBytes(socket_, farewell.bytes.get(), static_cast<int>(farewell.size));
+}
+
+std::size_t TlsChannel::TakePlain(char* target, std::size_t size) {
+  const std::size_t count = std::min(size, plain_.size());
+  if (count == 0) return 0;
+  std::memcpy(target, plain_.data(), count);
+  plain_ = plain_.subspan(count);
+  return count;
+}
+
+// Decrypts the next record once everything before it was delivered.
+Result<TlsChannel::Progress> TlsChannel::DecryptNext(Session& session) {
+  if (receive_error_) return receive_error_;
+  if (ended_) return Progress::kEnded;
+  if (input_.empty()) return Progress::kNeedsInput;
+  const SecurityContext::Decrypted record = context_.Decrypt(input_.unread());
+  if (record.status == SEC_E_INCOMPLETE_MESSAGE) return Progress::kNeedsInput;
+  if (record.status == SEC_I_CONTEXT_EXPIRED) {
+    ended_ = true;
+    return Progress::kEnded;
+  }
+  if (record.status != SEC_E_OK && record.status != SEC_I_RENEGOTIATE) {
+    QV_TRACE(kError, "unable to decrypt message, status 0x%08lx",
+             static_cast<unsigned long>(static_cast<DWORD>(record.status)));
+    receive_error_ = QV_ERROR_SECURITY_DECRYPTION;
+    return receive_error_;
+  }
+  plain_ = record.data;
+  input_.KeepLast(record.extra);
+  if (record.status == SEC_I_RENEGOTIATE) {
+    const NotificationPause pause(session);
+    receive_error_ = Renegotiate(session, context_, input_);
+    if (receive_error_) return receive_error_;
+  }
+  return Progress::kDecrypted;
+}
+
+// Receives more of the stream; its end without a close-notify may be a truncation.
+Error TlsChannel::FillInput(Session& session) {
+  const std::span<char> space = input_.PrepareFill();
+  Result<INT> count = transport_.Receive(session, space.data(), static_cast<INT>(space.size()));
+  if (!count) return count.error();
+  if (*count == 0) {
+    ended_ = true;
+    QV_TRACE(kWarning, "server closed the connection without ending the secure session");
+  }
+  input_.Filled(static_cast<std::size_t>(*count));
+  return kNoError;
+}
+
+// Waits for the first record only; further ones are taken along when they are there.
+Result<INT> TlsChannel::Receive(Session& session, void* buffer, INT size) {
+  auto* const target = static_cast<char*>(buffer);
+  const auto wanted = static_cast<std::size_t>(size);
+  std::size_t total = 0;
+  while (true) {
+    total += TakePlain(target + total, wanted - total);
+    if (total == wanted) break;
+    Result<Progress> progress = DecryptNext(session);
+    if (progress && *progress == Progress::kDecrypted) continue;
+    if (total > 0) break;  // a failure is met again
+    if (!progress) return progress.error();
+    if (*progress == Progress::kEnded) return 0;
+    if (Error error = FillInput(session)) return error;
+    if (Error error = session.CheckAlive()) return error;
+  }
+  TraceContent("decrypted", {target, total});
+  return static_cast<INT>(total);
+}
+
+bool TlsChannel::HasInput(Session& session) {
+  constexpr ws2::TimeVal kNoWait{0, 0};
+  while (plain_.empty()) {
+    Result<Progress> progress = DecryptNext(session);
+    if (!progress || *progress == Progress::kEnded) return true;
+    if (*progress == Progress::kDecrypted) continue;
+    if (WaitSocket(socket_, ReadyFor::kRead, &kNoWait).count <= 0) return false;
+    if (FillInput(session)) return true;
+  }
+  return true;
+}
+
+// A record goes out whole, or nothing can be sent after it.
+Error TlsChannel::EncryptAndSend(Session& session, std::size_t size) {
+  Result<std::size_t> length = context_.Encrypt(record_.get(), size);
+  if (!length) return length.error();
+  return SendToPeer(session, {record_.get(), *length});
+}
+
+Result<INT> TlsChannel::Send(Session& session, const void* data, INT size) {
+  if (send_error_) return send_error_;
+  constexpr ws2::TimeVal kNoWait{0, 0};
+  if (session.events.Notifies() && WaitSocket(socket_, ReadyFor::kWrite, &kNoWait).count <= 0) {
+    return Error(QV_ERROR_OPERATION_WOULD_BLOCK);
+  }
+  const std::size_t count = std::min(static_cast<std::size_t>(size), context_.largest_message());
+  const std::size_t needed =
+      context_.header_size() + context_.largest_message() + context_.trailer_size();
+  if (record_size_ < needed) {
+    record_ = std::make_unique_for_overwrite<char[]>(needed);
+    record_size_ = needed;
+  }
+  std::memcpy(record_.get() + context_.header_size(), data, count);
+  send_error_ = EncryptAndSend(session, count);
+  if (send_error_) return send_error_;
+  TraceContent("encrypted", {static_cast<const char*>(data), count});
+  return static_cast<INT>(count);
+}
+
+}  // namespace qv
