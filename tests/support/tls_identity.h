@@ -48,7 +48,7 @@ std::string MakeRevocationList(const TlsIdentity& authority,
 
 struct Pkcs12Options {
   std::string password = {};
-  bool without_password = false;     // none at all, which is not the same as an empty one
+  bool without_password = false;          // none at all, which is not the same as an empty one
   std::string friendly_name = {};         // none when empty
   std::vector<TlsIdentity> issuers = {};  // their certificates go along
 };

@@ -132,12 +132,16 @@ bool TlsConnection::UpdateKeys() {
 
 bool TlsConnection::Renegotiate() {
   ERR_clear_error();
-  // The first handshake sends the request; the client's answer comes when reading.
+  SSL_set_options(ssl_, SSL_OP_NO_SESSION_RESUMPTION_ON_RENEGOTIATION);
+  // The request; the client's answer comes when reading, which must return without data then.
   if (SSL_renegotiate(ssl_) != 1 || SSL_do_handshake(ssl_) != 1) return false;
-  while (SSL_renegotiate_pending(ssl_) != 0) {
-    if (!Receive()) return false;
+  SSL_clear_mode(ssl_, SSL_MODE_AUTO_RETRY);
+  bool connected = true;
+  while (connected && SSL_renegotiate_pending(ssl_) != 0) {
+    connected = Receive() || SSL_want_read(ssl_);
   }
-  return true;
+  SSL_set_mode(ssl_, SSL_MODE_AUTO_RETRY);
+  return connected;
 }
 
 bool TlsConnection::SendRaw(std::string_view bytes) {

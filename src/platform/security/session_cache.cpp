@@ -47,8 +47,7 @@ SslSessionPtr SessionCache::Take(const std::string& key) {
       entries_.erase(entry);
       return session;
     } else {
-      SSL_SESSION_up_ref(entry->session.get());
-      return SslSessionPtr(entry->session.get());
+      return SslSessionPtr(SSL_SESSION_dup(entry->session.get()));
     }
   }
   return nullptr;

@@ -15,7 +15,8 @@ namespace platform::security {
 
 using SslSessionPtr = std::unique_ptr<SSL_SESSION, crypt32::OpenSslDelete<SSL_SESSION_free>>;
 
-// Bounded in all and per key; the oldest go first. Used by any threads.
+// Bounded in all and per key; the oldest go first. Used by any threads. Sessions are never shared
+// with connections: OpenSSL marks the session of one that fails.
 class SessionCache {
  public:
   static SessionCache& Instance();

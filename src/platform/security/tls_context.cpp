@@ -129,8 +129,8 @@ void TlsContext::Shutdown() {
   ERR_clear_error();
 }
 
-// The answer to a key update goes in front of the next data (RFC 8446 section 4.6.3). It must not be
-// written while the data still has to be encrypted, as it may be written over the data.
+// The answer to a key update goes in front of the next data (RFC 8446 section 4.6.3). It must not
+// be written while the data still has to be encrypted, as it may be written over the data.
 bool TlsContext::AnswerKeyUpdate() {
   if (SSL_get_key_update_type(ssl_.get()) == SSL_KEY_UPDATE_NONE) return true;
   return SSL_key_update(ssl_.get(), SSL_KEY_UPDATE_NOT_REQUESTED) == 1 &&
@@ -204,9 +204,8 @@ int TlsContext::OnCertificateRequest() {
 
 void TlsContext::OnNewSession(SSL_SESSION* session) noexcept {
   try {
-    const std::string key = SessionKey();
-    SSL_SESSION_up_ref(session);
-    SessionCache::Instance().Put(key, SslSessionPtr(session));
+    SslSessionPtr copy(SSL_SESSION_dup(session));
+    if (copy != nullptr) SessionCache::Instance().Put(SessionKey(), std::move(copy));
   } catch (const std::bad_alloc&) {
     // The next connection makes a session of its own.
   }

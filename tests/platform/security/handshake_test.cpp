@@ -115,7 +115,7 @@ TEST(TlsMessages, AllSizesGoBothWaysWithAllKindsOfCipher) {
 
 TEST(TlsMessages, RecordsMayComeInPiecesOfAnySize) {
   for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
-    for (const std::size_t piece : {1, 2, 5, 6, 1000, 1000000}) {
+    for (const std::size_t piece : std::vector<std::size_t>{1, 2, 5, 6, 1000, 1000000}) {
       SCOPED_TRACE(testing::Message() << version << " " << piece);
       TlsPeer peer(Server(version, version));
       peer.set_piece(piece);

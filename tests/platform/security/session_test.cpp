@@ -1,6 +1,7 @@
 // What happens in a session after its handshake, and what is left of it for the next one.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
 
 #include "platform/security/tls_client.h"
@@ -140,6 +141,31 @@ TEST(TlsSession, GarbageBetweenRecordsIsRefused) {
     EXPECT_EQ(client.Receive(), "good");
     EXPECT_EQ(client.Receive(), "");
     EXPECT_EQ(client.status(), SEC_E_INVALID_TOKEN);
+  }
+}
+
+TEST(TlsSession, KeysAndHandshakesChangeOverTheNetwork) {
+  for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
+    std::atomic<int> good = 0;
+    {
+      TlsServer server(Server(version), [&](TlsConnection& connection) {
+        if (version == TLS1_3_VERSION ? connection.UpdateKeys() : connection.Renegotiate()) ++good;
+        const auto request = connection.ReadRequest();
+        if (request && connection.SendInRecords(*request, 7)) ++good;
+        if (connection.SendCloseNotify() && connection.WaitForCloseNotify()) ++good;
+      });
+      SocketTransport transport(server.port());
+      TlsClient client(transport);
+      ASSERT_EQ(client.Connect(), SEC_E_OK);
+      const std::string request = "GET / HTTP/1.1\r\nContent-Length: 4\r\n\r\nbody";
+      ASSERT_TRUE(client.Send(request));
+      EXPECT_EQ(client.ReceiveAll(request.size()), request);
+      EXPECT_EQ(client.Receive(), "");
+      EXPECT_EQ(client.status(), SEC_I_CONTEXT_EXPIRED);
+      EXPECT_EQ(client.Close(), SEC_E_OK);
+      EXPECT_EQ(client.renegotiations(), version == TLS1_2_VERSION ? 1 : 0);
+    }
+    EXPECT_EQ(good, 3);
   }
 }
 

@@ -30,6 +30,7 @@ Error FinishStreaming(Session& session) {
   }
   if (request.declared > 0 && request.written > request.declared) session.response.reusable = false;
   session.response.pending = true;
+  session.response.result_code = 0;  // the 200 so far stood for a request that was sent
   return ReadResponseHeader(session);
 }
 

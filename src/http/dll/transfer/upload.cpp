@@ -124,7 +124,7 @@ Result<INT> PostFromFile(Session& session, std::string_view local, std::string_v
   if (!FitsHeader(field)) return Error(QV_ERROR_INVALID_PARAMETER);
   if (Error error = CheckTransferPossible(session)) return error;
   Result<LocalFile> file = LocalFile::OpenForReading(std::string(local));
-  if (!file) return file.error();
+  if (!file) return Error(QV_ERROR_FILE_NOT_FOUND);  // whatever the reason, in this function
   Result<uint64_t> size = file->Size();
   if (!size) return size.error();
   TransferScope transfer(session, HTTP_STATUS_POSTDATA);
