@@ -1,7 +1,5 @@
 #include "body.h"
 
-#include <algorithm>
-#include <string_view>
 #include <vector>
 
 #include "chunked_decoder.h"
@@ -9,19 +7,12 @@
 
 namespace {
 
-constexpr std::size_t kReadSize = 64 * 1024;
-
-bool EqualsIgnoringCase(std::string_view text, std::string_view lower_case) {
-  return std::equal(text.begin(), text.end(), lower_case.begin(), lower_case.end(),
-                    [](char a, char b) {
-                      return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b;
-                    });
-}
+constexpr std::size_t kReadSize = std::size_t{64} << 10;
 
 bool IsChunked(const Session& session) {
   bool chunked = false;
   for (const auto& [name, value] : session.Headers(HTTP_HEADERS_RESPONSE)) {
-    if (!EqualsIgnoringCase(name, "transfer-encoding")) continue;
+    if (!EqualsIgnoringCase(name, "Transfer-Encoding")) continue;
     if (chunked || !EqualsIgnoringCase(value, "chunked")) {
       throw Failure(ExitCode::kFailure, "cannot decode the transfer coding \"" + value + "\"");
     }
@@ -30,27 +21,25 @@ bool IsChunked(const Session& session) {
   return chunked;
 }
 
-void CopyChunked(Session& session, Output& output) {
+void CopyChunked(Session& session, const BodySink& sink) {
   ChunkedDecoder decoder;
-  const auto write = [&](std::string_view content) { output.Write(content); };
   std::vector<char> buffer(kReadSize);
   while (!decoder.AtEnd()) {
     const std::size_t count = session.Read(buffer.data(), buffer.size());
     if (count == 0) {
       throw Failure(ExitCode::kFailure, "the server closed the connection before the last chunk");
     }
-    decoder.Decode(std::string_view(buffer.data(), count), write);
+    decoder.Decode(std::string_view(buffer.data(), count), sink);
   }
 }
 
-void CopyPlain(Session& session, Output& output) {
-  const auto announced = session.AnnouncedLength();
+void CopyPlain(Session& session, std::optional<std::uint64_t> announced, const BodySink& sink) {
   std::vector<char> buffer(kReadSize);
   std::uint64_t received = 0;
   while (!announced || received < *announced) {
     const std::size_t count = session.Read(buffer.data(), buffer.size());
     if (count == 0) break;
-    output.Write(std::string_view(buffer.data(), count));
+    sink(std::string_view(buffer.data(), count));
     received += count;
   }
   if (announced && received != *announced) {
@@ -61,10 +50,22 @@ void CopyPlain(Session& session, Output& output) {
 
 }  // namespace
 
-void CopyBody(Session& session, Output& output) {
-  if (IsChunked(session)) {
-    CopyChunked(session, output);
+void CopyBody(Session& session, Progress& progress, std::uint64_t present, const BodySink& sink) {
+  const bool chunked = IsChunked(session);
+  const auto announced = chunked ? std::nullopt : session.AnnouncedLength();
+  std::optional<std::uint64_t> total;
+  if (announced) total = present + *announced;
+  std::uint64_t done = present;
+  progress.Start(present);
+  const auto count_and_pass = [&](std::string_view content) {
+    sink(content);
+    done += content.size();
+    progress.Update(done, total);
+  };
+  if (chunked) {
+    CopyChunked(session, count_and_pass);
   } else {
-    CopyPlain(session, output);
+    CopyPlain(session, announced, count_and_pass);
   }
+  progress.Finish();
 }

@@ -1,10 +1,17 @@
 #ifndef TOOLS_QVHTTP_BODY_H_
 #define TOOLS_QVHTTP_BODY_H_
 
-#include "output.h"
+#include <cstdint>
+#include <functional>
+#include <string_view>
+
+#include "progress.h"
 #include "session.h"
 
-// Copies the body of the response to `output`, whole: a body that ends early throws Failure.
-void CopyBody(Session& session, Output& output);
+using BodySink = std::function<void(std::string_view)>;
+
+// Hands the body of the response to `sink`, whole: a body that ends early throws Failure. `present`
+// bytes of the resource were there before.
+void CopyBody(Session& session, Progress& progress, std::uint64_t present, const BodySink& sink);
 
 #endif  // TOOLS_QVHTTP_BODY_H_

@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr unsigned int kMaxSizeDigits = 16;       // of a 64-bit number
-constexpr std::size_t kMaxLineBytes = 64 * 1024;  // extensions, or the trailer section
+constexpr unsigned int kMaxSizeDigits = 16;                   // of a 64-bit number
+constexpr std::size_t kMaxLineBytes = std::size_t{64} << 10;  // extensions, or the trailer section
 
 [[noreturn]] void BrokenChunk() {
   throw Failure(ExitCode::kFailure, "the response breaks the chunked transfer coding");

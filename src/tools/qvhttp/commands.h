@@ -6,7 +6,11 @@
 
 // The commands of qvhttp. They throw Failure; what they return tells the server's answer.
 
-// get, delete and request: sends the request and prints or stores the body of the response.
+// get into a file: downloads to a temporary name beside it, and goes on with what is there where
+// that was asked for.
+ExitCode RunDownload(const Options& options);
+
+// All other requests but head: sends the request and prints or stores the body of the response.
 ExitCode RunRequest(const Options& options);
 
 // head: prints status and headers.

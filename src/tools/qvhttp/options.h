@@ -6,7 +6,10 @@
 #include <utility>
 #include <vector>
 
-enum class Action { kRequest, kHead, kParseUrl, kNormalizeUrl };
+#include "fields.h"
+#include "request_body.h"
+
+enum class Action { kRequest, kGet, kHead, kParseUrl, kNormalizeUrl };
 
 // What the command line asks for.
 struct Options {
@@ -14,18 +17,25 @@ struct Options {
   std::string method;
   std::string url;
 
-  std::vector<std::pair<std::string, std::string>> headers;  // -H, name and value
-  std::optional<std::pair<std::string, std::string>> user;   // -u, user name and password
+  HeaderList headers;                                       // -H, and those of the command
+  HeaderList cookies;                                       // --cookie, name and value
+  std::optional<std::pair<std::string, std::string>> user;  // -u, user name and password
   std::string bearer_token;
-  std::optional<std::string> data;  // the body itself; @FILE has been read
-  std::string output;               // empty: standard output
+  std::optional<RequestBody> body;
+
+  std::string output;  // empty: standard output
+  bool resume = false;
+  bool compressed = false;
+  bool follow = false;
+  unsigned int max_redirects = 10;
+  std::string trace_file;  // empty: no trace
   unsigned int timeout_seconds = 20;
   bool http10 = false;
   bool verbose = false;
 };
 
-// Reads the command line. Nothing when that was all there is to do (--help, --version). Throws
-// Failure for a wrong command line.
+// Reads the command line, and the files of a body that it names. Nothing when that was all there is
+// to do (--help, --version). Throws Failure for a wrong command line.
 std::optional<Options> ParseOptions(int argc, const char* const* argv);
 
 #endif  // TOOLS_QVHTTP_OPTIONS_H_

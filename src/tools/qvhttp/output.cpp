@@ -14,22 +14,28 @@ namespace {
 
 constexpr int kMaxNameAttempts = 16;
 
+bool IsStandardOutput(const std::string& name) { return name.empty() || name == "-"; }
+
 }  // namespace
 
+bool IsReplaceableFile(const std::string& name) {
+  std::error_code ignored;
+  const fs::file_status status = fs::status(name, ignored);
+  return !IsStandardOutput(name) && (!fs::exists(status) || fs::is_regular_file(status));
+}
+
 Output::Output(const std::string& name) {
-  if (name.empty() || name == "-") {
+  if (IsStandardOutput(name)) {
     file_ = stdout;
     return;
   }
   target_ = name;
-  std::error_code ignored;
-  const fs::file_status status = fs::status(target_, ignored);
-  if (fs::exists(status) && !fs::is_regular_file(status)) {
-    file_ = std::fopen(target_.c_str(), "wb");
-  } else {
+  if (IsReplaceableFile(name)) {
     // Through a link, it is the file behind it that gets replaced.
-    if (fs::exists(status)) target_ = fs::canonical(target_);
+    if (fs::exists(target_)) target_ = fs::canonical(target_);
     OpenTemporaryFile();
+  } else {
+    file_ = std::fopen(target_.c_str(), "wb");
   }
   if (file_ == nullptr) Fail();
 }

@@ -6,6 +6,10 @@
 #include <string>
 #include <string_view>
 
+// Whether a name is that of a file to be replaced or made: not standard output (empty or "-"), and
+// no device, pipe or folder.
+bool IsReplaceableFile(const std::string& name);
+
 // Where a body goes: standard output, or a file that appears under its name only when it is whole.
 // Every member function throws Failure.
 class Output {

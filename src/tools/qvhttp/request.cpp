@@ -1,17 +1,25 @@
-#include "body.h"
-#include "commands.h"
-#include "output.h"
-#include "session.h"
-#include "status.h"
+#include "request.h"
 
-ExitCode RunRequest(const Options& options) {
-  Session session(options);
-  const int status = session.Send();
-  if (IsSuccess(status) || (StatusHasBody(status) && options.method != "HEAD")) {
-    // A file gets only what was asked for; the page of an error goes to standard output.
-    Output output(IsSuccess(status) ? options.output : std::string());
-    if (StatusHasBody(status) && options.method != "HEAD") CopyBody(session, output);
-    output.Finish();
-  }
-  return ReportStatus(session, status);
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr std::array<std::string_view, 5> kBoundToOrigin = {"Authorization", "Cookie", "Host",
+                                                            "Origin", "Proxy-Authorization"};
+
+}  // namespace
+
+bool IsBoundToOrigin(std::string_view name) {
+  return std::any_of(kBoundToOrigin.begin(), kBoundToOrigin.end(),
+                     [&](std::string_view bound) { return EqualsIgnoringCase(name, bound); });
+}
+
+Request FirstRequest(const Options& options) {
+  Request request;
+  request.method = options.method;
+  request.url = options.url;
+  request.headers = options.headers;
+  if (options.body) request.body = &*options.body;
+  return request;
 }

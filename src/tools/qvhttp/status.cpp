@@ -7,10 +7,6 @@ namespace {
 constexpr int kNoContent = 204;
 constexpr int kNotModified = 304;
 
-bool IsRedirect(int status) {
-  return (status >= 301 && status <= 303) || status == 307 || status == 308;
-}
-
 }  // namespace
 
 bool StatusHasBody(int status) {
@@ -19,13 +15,17 @@ bool StatusHasBody(int status) {
 
 bool IsSuccess(int status) { return status >= 200 && status <= 299; }
 
-ExitCode ReportStatus(const Session& session, int status) {
+bool IsRedirect(int status) {
+  return (status >= 301 && status <= 303) || status == 307 || status == 308;
+}
+
+ExitCode ReportStatus(const Answer& answer) {
+  const int status = answer.status;
   if (IsSuccess(status)) return ExitCode::kSuccess;
-  std::cerr << "qvhttp: the server answered: " << status << ' ' << session.ReasonPhrase() << '\n';
+  std::cerr << "qvhttp: the server answered: " << status << ' ' << answer.session->ReasonPhrase()
+            << '\n';
   if (IsRedirect(status)) {
-    const std::string location = session.RedirectUrl();
-    std::cerr << "qvhttp: redirects are not followed: "
-              << (location.empty() ? "no location given" : location) << '\n';
+    std::cerr << "qvhttp: " << answer.redirect_note << '\n';
     return ExitCode::kRedirectStatus;
   }
   if (status >= 500) return ExitCode::kServerStatus;

@@ -1,5 +1,6 @@
 #include "url_parts.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "failure.h"
@@ -28,4 +29,22 @@ std::string RequestTarget(const HTTPURLCOMPONENTSA& parts) {
   std::string target = parts.lpszResource;
   if (parts.lpszQuery != nullptr) target.append("?").append(parts.lpszQuery);
   return target;
+}
+
+std::string HostAndPort(const HTTPURLCOMPONENTSA& parts) {
+  const std::string host = parts.lpszHostName;
+  const bool is_ipv6 = host.find(':') != std::string::npos;
+  return (is_ipv6 ? "[" + host + "]" : host) + ":" + std::to_string(parts.nPort);
+}
+
+std::string OriginOf(const HTTPURLCOMPONENTSA& parts) {
+  std::string host = HostAndPort(parts);
+  std::transform(host.begin(), host.end(), host.begin(), [](char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  return (parts.nScheme == HTTP_SCHEME_HTTPS ? "https://" : "http://") + host;
+}
+
+std::string UrlWithoutUser(const HTTPURLCOMPONENTSA& parts) {
+  return OriginOf(parts) + RequestTarget(parts);
 }

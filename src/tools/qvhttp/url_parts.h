@@ -21,4 +21,13 @@ UrlParts ParseRequestUrl(const std::string& url);
 // Path and query of a URL, as they stand in a request line.
 std::string RequestTarget(const HTTPURLCOMPONENTSA& parts);
 
+// "host:port", with the brackets of an IPv6 address.
+std::string HostAndPort(const HTTPURLCOMPONENTSA& parts);
+
+// "scheme://host:port": who gets what is sent. Equal for URLs of one origin (RFC 6454 section 4).
+std::string OriginOf(const HTTPURLCOMPONENTSA& parts);
+
+// The URL without user name and password.
+std::string UrlWithoutUser(const HTTPURLCOMPONENTSA& parts);
+
 #endif  // TOOLS_QVHTTP_URL_PARTS_H_
