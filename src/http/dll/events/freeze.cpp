@@ -54,11 +54,7 @@ ThreadFreeze::ThreadFreeze(Session& session)
 }
 
 ThreadFreeze::~ThreadFreeze() {
-  if (active_ && session_.events.thread_freezes > 0) ThawThread(session_);
-}
-
-void ThawThread(Session& session) {
-  if (--session.events.thread_freezes == 0) FreezeOthers(session, false);
+  if (active_ && --session_.events.thread_freezes == 0) FreezeOthers(session_, false);
 }
 
 void CountNotifyingSessions(int change) { notifying_sessions += change; }

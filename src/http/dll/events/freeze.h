@@ -24,7 +24,7 @@ class SessionFreeze {
 };
 
 // Freezes the other sessions of the thread while one of them may dispatch messages or must not be
-// re-entered. Nested; the outermost end thaws them.
+// re-entered. Nested; the outermost end thaws them, also when the session is gone by then.
 class ThreadFreeze {
  public:
   explicit ThreadFreeze(Session& session);
@@ -36,9 +36,6 @@ class ThreadFreeze {
   Session& session_;
   bool active_;
 };
-
-// Takes back one level; ThreadFreeze does so by itself, the release of a session for all it holds.
-void ThawThread(Session& session);
 
 // Keeps the number of sessions with a notification window: without any there is nothing to freeze.
 void CountNotifyingSessions(int change);

@@ -91,7 +91,6 @@ Error DisableEvents(Session& session) {
 
 void EndEvents(Session& session) {
   session.events.dispatching = false;
-  while (session.events.thread_freezes > 0) ThawThread(session);
   DetachWindow(session);
 }
 
@@ -111,6 +110,7 @@ NotificationPause::NotificationPause(Session& session)
   if (!active_) return;
   if (session_.events.Notifies()) StopNotifications(session_);
   ++session_.events.pauses;
+  session_.events.pending &= ws2::kFdConnect;  // the rest is posted anew at the end
 }
 
 NotificationPause::~NotificationPause() {

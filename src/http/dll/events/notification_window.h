@@ -19,7 +19,7 @@ Error EnableEvents(Session& session, HWND window, UINT message, DWORD mask);
 // Forgets callbacks, windows and mask.
 Error DisableEvents(Session& session);
 
-// Ends the notifications of a session that is being released, and what it has frozen.
+// Ends the notifications of a session that is being released.
 void EndEvents(Session& session);
 
 // Detaches a window that is being destroyed from the sessions of the calling thread.

@@ -10,6 +10,7 @@
 #include "frame/session.h"
 #include "protocol/connector.h"
 #include "protocol/engine.h"
+#include "protocol/session_io.h"
 #include "transport/socket_binding.h"
 
 namespace qv {
@@ -22,6 +23,7 @@ constexpr DWORD kFirstSocketError = 10001;
 // Data has come: first of all the response that a command left unread.
 void DataHasCome(Session& session) {
   if (session.response.pending && !session.request.streaming) {
+    if (CheckOpen(session) || !HasUnaskedInput(session)) return;  // session tickets, for example
     OperationScope operation(session.operation);
     if (const Error error = session.engine->ReadResponse(session)) SetLastError(error);
   }

@@ -5,7 +5,8 @@
 #include "events/window_table.h"
 #include "frame/error_slot.h"
 #include "frame/session_table.h"
-#include "tls/security_binding.h"
+#include "queue/queue_table.h"
+#include "tasks/steering.h"
 #include "transport/os_version.h"
 #include "transport/socket_binding.h"
 #include "transport/trace.h"
@@ -40,6 +41,12 @@ Error CheckOperatingSystem() {
   return kNoError;
 }
 
+// Nothing new is opened or started from now on.
+void EndInitialization(State& state) {
+  LibraryLock lock;
+  state.initialisations = 0;
+}
+
 }  // namespace
 
 namespace library {
@@ -56,12 +63,16 @@ void Attach(HMODULE module) {
 
 void Detach() {
   State& state = GetState();
+  if (state.attach_guard.load() == 1) {  // while the lock still works
+    EndInitialization(state);
+    AbortAllTasks();
+    EndQueues();
+  }
   const int guard = state.attach_guard.fetch_sub(1) - 1;
   if (guard < 0) state.attach_guard = -1;
   if (guard != 0) return;
   SessionTable::Get().ReleaseAll();
   RestoreSubclassedWindows();
-  ReleaseSecurity();
   const DWORD slot = state.error_slot.exchange(TLS_OUT_OF_INDEXES);
   state.module = nullptr;
   state.attach_guard = -1;
@@ -87,6 +98,8 @@ void Uninitialize() {
     if (state.initialisations > 0) last = --state.initialisations == 0;
   }
   if (last) {
+    AbortAllTasks();
+    EndQueues();
     SessionTable::Get().ReleaseAll();
     RestoreSubclassedWindows();
     trace::Disable();

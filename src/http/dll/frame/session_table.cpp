@@ -77,8 +77,8 @@ SessionRef SessionTable::FindByWindow(HWND notification_window) {
   });
 }
 
-std::vector<SessionRef> SessionTable::OwnedByThread() {
-  const DWORD thread = GetCurrentThreadId();
+std::vector<SessionRef> SessionTable::OwnedByThread(DWORD thread_id) {
+  const DWORD thread = thread_id != 0 ? thread_id : GetCurrentThreadId();
   std::vector<SessionRef> sessions;
   LibraryLock lock;
   std::copy_if(slots_.begin(), slots_.end(), std::back_inserter(sessions),

@@ -35,8 +35,8 @@ class SessionTable {
   SessionRef FindBySocket(ws2::Socket socket);
   SessionRef FindByWindow(HWND notification_window);
 
-  // All sessions of the calling thread.
-  std::vector<SessionRef> OwnedByThread();
+  // All sessions of a thread (0 = the calling one).
+  std::vector<SessionRef> OwnedByThread(DWORD thread_id = 0);
 
   // Changes the owner (0 = the calling thread); returns the previous one.
   Result<DWORD> ChangeOwner(HCLIENT handle, DWORD thread_id);

@@ -10,6 +10,10 @@
  *   client = HttpConnect(host, HTTP_PORT_SECURE, 0, 0, 0, NULL);
  *   if (client != INVALID_CLIENT && HttpGetLastError() == QV_ERROR_SECURITY_CERTIFICATE) refuse;
  *
+ * HttpConnectUrl hands out no such session: it fails with QV_ERROR_SECURITY_CERTIFICATE. And a
+ * session whose server was good once is not connected anew (a kept connection that ended, a
+ * redirect) to a server that is not.
+ *
  * Where certificates and trusted roots come from: docs/certificates.md.
  */
 #ifndef QVHTTP12_SECURITY_H

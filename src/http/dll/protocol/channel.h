@@ -30,6 +30,9 @@ class Channel {
   // Whether there is something to deliver, or the peer's end. Looks, and does not wait.
   virtual bool HasInput(Session& session) = 0;
 
+  // Takes leave of the peer, without waiting for it; the socket is closed next.
+  virtual void End() {}
+
   // The TLS connection of the channel; NULL for a plain one.
   virtual SecurityContext* security() { return nullptr; }
 };

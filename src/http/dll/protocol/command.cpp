@@ -97,6 +97,7 @@ Result<INT> WriteAndReadSafely(Session& session, const CommandArguments& argumen
 }
 
 Result<INT> Start(Session& session, const CommandArguments& arguments, bool resend) {
+  if (session.request.writing) return Error(QV_ERROR_OPERATION_IN_PROGRESS);
   if (session.request.open) return Error(QV_ERROR_REQUEST_NOT_COMPLETED);
   if (Error error = RenewConnection(session)) return error;
   RequestState& request = session.request;

@@ -6,6 +6,7 @@ namespace qv {
 
 void Connection::CloseSocket() {
   input.Clear();
+  if (channel) channel->End();
   channel.reset();
   connected = false;
   if (socket == ws2::kInvalidSocket) return;

@@ -30,7 +30,8 @@ struct Connection {
   Connection& operator=(const Connection&) = delete;
 
   ws2::Socket socket = ws2::kInvalidSocket;
-  std::unique_ptr<Channel> channel;  // over the socket; NULL without one
+  // Over the socket; NULL without one. Whoever waits in it shares it: an event may close it.
+  std::shared_ptr<Channel> channel;
   ReceiveBuffer input;
 
   FixedString<kHostCapacity> host;

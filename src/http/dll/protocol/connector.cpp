@@ -48,17 +48,21 @@ void ConfigureConnected(Session& session) {
   SetNoDelay(socket);
 }
 
-// Makes the connection usable once the socket is connected.
+// Makes the connection usable once the socket is connected. A secure one has no channel until its
+// handshake is done, so that nothing an event does meanwhile goes out in clear.
 Error Establish(Session& session) {
   ConfigureConnected(session);
   Connection& connection = session.connection;
-  connection.channel = std::make_unique<PlainChannel>();
   connection.peer_closed = false;
   connection.used = false;
+  if (session.Has(HTTP_OPTION_SECURE)) {
+    const NotificationPause pause(session);
+    if (Error error = StartSecurity(session)) return error;
+  } else {
+    connection.channel = std::make_shared<PlainChannel>();
+  }
   connection.connected = true;
-  if (!session.Has(HTTP_OPTION_SECURE)) return kNoError;
-  const NotificationPause pause(session);
-  return StartSecurity(session);
+  return kNoError;
 }
 
 // Whether the socket is connected, or goes on connecting in the background.
@@ -101,9 +105,12 @@ Error ConnectSocketOf(Session& session, const ConnectManner& manner) {
 }
 
 void CompleteConnect(Session& session, Error error) {
-  session.operation.status = HTTP_STATUS_IDLE;
   if (!error) error = Establish(session);
   if (!session.Alive()) return;
+  if (!error) {
+    session.operation.status = HTTP_STATUS_IDLE;
+    RenewNotifications(session);  // the connect is over
+  }
   RaiseEvent(session, Event::kConnect, error);
   if (error) SessionTable::Get().Release(session.handle);
 }

@@ -1,5 +1,6 @@
 #include "protocol/credentials.h"
 
+#include "frame/library.h"
 #include "frame/session.h"
 #include "frame/text.h"
 #include "url/encoder.h"
@@ -47,6 +48,7 @@ Error UseBearer(Credentials& credentials, std::string_view token) {
 }  // namespace
 
 Error Authenticate(Session& session, UINT type, std::string_view user, std::string_view password) {
+  const LibraryLock lock;  // tasks copy them
   Credentials& credentials = session.credentials;
   switch (type) {
     case HTTP_AUTH_NONE:

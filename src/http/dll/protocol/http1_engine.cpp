@@ -46,7 +46,7 @@ bool WaitReady(Session& session, ReadyFor what, const ws2::TimeVal& timeout) {
 }  // namespace
 
 Http1Engine& Http1Engine::Get() {
-  static Http1Engine engine;
+  static Http1Engine& engine = *new Http1Engine;  // serves tasks while the process ends
   return engine;
 }
 

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "events/notification_window.h"
+#include "frame/library.h"
 #include "frame/session.h"
 #include "frame/text.h"
 #include "protocol/command.h"
@@ -40,15 +41,17 @@ std::string ResolveReference(const Session& session, std::string location) {
 
 Error LeadToUrl(Session& session, const Url& url) {
   Connection& connection = session.connection;
+  std::optional<std::string> host;
   if (!EqualsNoCase(url.host, connection.host) && connection.proxy_type == kProxyNone) {
-    const std::optional<std::string> host = NormalizeHost(url.host.c_str());
+    host = NormalizeHost(url.host.c_str());
     if (!host) return QV_ERROR_INVALID_HOSTNAME;
     const int family = session.Has(HTTP_OPTION_PREFER_IPV6) ? ws2::kFamilyInet6 : 0;
     Result<InternetAddress> address = ResolveHost(host->c_str(), family);
     if (!address) return QV_ERROR_INVALID_HOSTNAME;
     connection.remote = *address;
-    connection.host = *host;
   }
+  const LibraryLock lock;  // tasks copy where the session leads
+  if (host) connection.host = *host;
   connection.port = url.port;
   if (url.scheme == HTTP_SCHEME_HTTPS) {
     session.settings.options |= HTTP_OPTION_SECURE;

@@ -14,6 +14,7 @@ struct RequestState {
   HeaderList headers;            // persists over requests
   bool expect_continue = false;  // "Expect: 100-Continue" was set and not yet answered
 
+  bool writing = false;          // its body is on its way; no other command can begin
   bool open = false;             // a command has returned and was not closed yet
   bool repeatable = false;       // it may be sent again when the connection proves to be dead
   bool keep_alive_sent = false;  // the last request asked to keep the connection

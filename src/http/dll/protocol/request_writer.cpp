@@ -83,6 +83,18 @@ Error AwaitContinue(Session& session) {
   return kNoError;
 }
 
+// A command from inside an event would replace the body that is being sent.
+class WritingScope {
+ public:
+  explicit WritingScope(RequestState& request) : request_(request) { request_.writing = true; }
+  ~WritingScope() { request_.writing = false; }
+  WritingScope(const WritingScope&) = delete;
+  WritingScope& operator=(const WritingScope&) = delete;
+
+ private:
+  RequestState& request_;
+};
+
 // Sends the body in pieces; `sent` bytes of it went out with the header.
 Error WriteBody(Session& session, std::size_t sent) {
   std::string_view body = session.request.parameters;
@@ -91,6 +103,7 @@ Error WriteBody(Session& session, std::size_t sent) {
   transfer.copied = sent;
   transfer.Start();
   Pacer pacer(session);
+  const WritingScope writing(session.request);
   for (body.remove_prefix(sent); !body.empty();) {
     const std::size_t piece = std::min(body.size(), kPieceSize);
     if (Error error = WriteAll(session, body.substr(0, piece))) return error;

@@ -15,7 +15,8 @@ constexpr std::size_t kLargestReceive = std::size_t{1} << 20;
 Result<INT> Receive(Session& session, char* buffer, std::size_t size) {
   Connection& connection = session.connection;
   const auto wanted = static_cast<INT>(std::min(size, kLargestReceive));
-  Result<INT> received = connection.channel->Receive(session, buffer, wanted);
+  const auto channel = connection.channel;
+  Result<INT> received = channel->Receive(session, buffer, wanted);
   if (received && *received == 0) connection.peer_closed = true;
   return received;
 }
@@ -55,7 +56,8 @@ Result<std::size_t> ReadSome(Session& session, char* buffer, std::size_t size) {
 
 Result<INT> WriteSome(Session& session, const void* data, INT size) {
   if (Error error = CheckOpen(session)) return error;
-  Result<INT> sent = session.connection.channel->Send(session, data, size);
+  const auto channel = session.connection.channel;
+  Result<INT> sent = channel->Send(session, data, size);
   if (!sent) return sent;
   if (Error error = session.CheckAlive()) return error;
   return sent;
@@ -73,7 +75,8 @@ Error WriteAll(Session& session, std::string_view bytes) {
 
 bool HasUnaskedInput(Session& session) {
   const Connection& connection = session.connection;
-  return !connection.input.empty() || connection.channel->HasInput(session);
+  const auto channel = connection.channel;
+  return !connection.input.empty() || channel->HasInput(session);
 }
 
 }  // namespace qv

@@ -16,7 +16,7 @@ struct SessionSettings {
   std::atomic<INT> timeout{HTTP_TIMEOUT};  // seconds, 0 = waits never time out
   INT priority = HTTP_PRIORITY_NORMAL;
   INT encoding = HTTP_ENCODING_DEFAULT;
-  bool compression = false;  // every download asks for a compressed body
+  std::atomic<bool> compression{false};  // every download asks for a compressed body
   INT default_zone = kNoZone;
 };
 

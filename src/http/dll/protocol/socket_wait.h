@@ -22,6 +22,9 @@ inline constexpr DWORD kWaitSliceMs = 100;
 inline constexpr INT kDrainTimeout = static_cast<INT>(0xFF000000);
 inline constexpr DWORD kDrainTimeoutMs = 250;
 
+// The time-out value for a wait without limit.
+inline constexpr INT kNoLimit = 0;
+
 // The time limit of one wait.
 class WaitLimit {
  public:

@@ -13,7 +13,6 @@ BOOL WINAPI HttpCreateSecurityCredentialsA(DWORD dwProtocol, DWORD dwOptions, LP
                                            LPSECURITYCREDENTIALSA* lppCredentials) QV_NOEXCEPT {
   return qv::Boundary<BOOL>(FALSE, [&]() -> qv::Result<BOOL> {
     if (lppCredentials == nullptr) return qv::Error(QV_ERROR_INVALID_PARAMETER);
-    HttpDeleteSecurityCredentialsA(lppCredentials);
     SECURITYCREDENTIALSA record{};
     record.dwSize = sizeof(record);
     record.dwProtocol = dwProtocol;
@@ -22,8 +21,10 @@ BOOL WINAPI HttpCreateSecurityCredentialsA(DWORD dwProtocol, DWORD dwOptions, LP
     record.lpszPassword = lpszPassword;
     record.lpszCertStore = lpszCertStore;
     record.lpszCertName = lpszCertName;
-    *lppCredentials = qv::CopyCredentials(record);
-    if (*lppCredentials == nullptr) return qv::Error(QV_ERROR_OUT_OF_MEMORY);
+    SECURITYCREDENTIALSA* const made = qv::CopyCredentials(record);
+    if (made == nullptr) return qv::Error(QV_ERROR_OUT_OF_MEMORY);
+    HttpDeleteSecurityCredentialsA(lppCredentials);  // its texts may be among the arguments
+    *lppCredentials = made;
     return TRUE;
   });
 }

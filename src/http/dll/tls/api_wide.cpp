@@ -31,7 +31,6 @@ BOOL WINAPI HttpCreateSecurityCredentialsW(DWORD dwProtocol, DWORD dwOptions, LP
                                            LPSECURITYCREDENTIALSW* lppCredentials) QV_NOEXCEPT {
   return qv::Boundary<BOOL>(FALSE, [&]() -> qv::Result<BOOL> {
     if (lppCredentials == nullptr) return qv::Error(QV_ERROR_INVALID_PARAMETER);
-    HttpDeleteSecurityCredentialsW(lppCredentials);
     SECURITYCREDENTIALSW record{};
     record.dwSize = sizeof(record);
     record.dwProtocol = dwProtocol;
@@ -40,8 +39,10 @@ BOOL WINAPI HttpCreateSecurityCredentialsW(DWORD dwProtocol, DWORD dwOptions, LP
     record.lpszPassword = lpszPassword;
     record.lpszCertStore = lpszCertStore;
     record.lpszCertName = lpszCertName;
-    *lppCredentials = qv::CopyCredentials(record);
-    if (*lppCredentials == nullptr) return qv::Error(QV_ERROR_OUT_OF_MEMORY);
+    SECURITYCREDENTIALSW* const made = qv::CopyCredentials(record);
+    if (made == nullptr) return qv::Error(QV_ERROR_OUT_OF_MEMORY);
+    HttpDeleteSecurityCredentialsW(lppCredentials);  // its texts may be among the arguments
+    *lppCredentials = made;
     return TRUE;
   });
 }

@@ -10,6 +10,9 @@
 namespace qv {
 namespace {
 
+// What a server may send in one handshake: certificate chains are far smaller.
+constexpr std::size_t kMostBytes = 512 * 1024;
+
 bool GoesOn(SECURITY_STATUS status) {
   return status == SEC_I_CONTINUE_NEEDED || status == SEC_E_INCOMPLETE_MESSAGE ||
          status == SEC_I_INCOMPLETE_CREDENTIALS;
@@ -32,10 +35,16 @@ Error ReceiveMore(Session& session, RecordBuffer& input) {
 // `may_read`: the next message is yet to be received; otherwise the first step goes without.
 Error Exchange(Session& session, SecurityContext& context, RecordBuffer& input, bool may_read) {
   SECURITY_STATUS status = SEC_I_CONTINUE_NEEDED;
+  const WaitLimit whole(session.settings.timeout);  // pieces that keep coming do not extend it
+  std::size_t received = 0;
   while (GoesOn(status)) {
     if (input.empty() || status == SEC_E_INCOMPLETE_MESSAGE) {
       if (may_read) {
+        const std::size_t before = input.unread().size();
         if (Error error = ReceiveMore(session, input)) return error;
+        received += input.unread().size() - before;
+        if (received > kMostBytes) return QV_ERROR_SECURITY_CONTEXT;
+        if (Error error = CheckWait(session, whole)) return error;
       }
       may_read = true;
     }

@@ -28,6 +28,7 @@ struct TlsIdentity {
 struct TlsState {
   TlsIdentity identity;
   std::optional<ClientCredential> credential;  // acquired, and not yet used for a connection
+  bool was_good = false;                       // a certificate was accepted before
   DWORD certificate_status = 0;                // error of the last policy check, 0 = good
 
   // Texts handed out by HttpGetSecurityInformation.

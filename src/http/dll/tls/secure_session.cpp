@@ -28,7 +28,8 @@ Error StartSecurity(Session& session) {
   SecurityContext& context = *(*channel)->security();
   session.connection.channel = *std::move(channel);
   const Error refusal = ValidateServerCertificate(session, context);
-  if (!(refusal == Error(QV_ERROR_SECURITY_CERTIFICATE))) return refusal;
+  if (!refusal) session.tls.was_good = true;
+  if (!(refusal == Error(QV_ERROR_SECURITY_CERTIFICATE)) || session.tls.was_good) return refusal;
   if (session.tls.certificate_status == 0) session.tls.certificate_status = TRUST_E_CERT_SIGNATURE;
   SetLastError(refusal);
   return kNoError;

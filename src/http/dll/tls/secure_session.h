@@ -13,7 +13,9 @@ struct Session;
 Error PrepareSecurity(Session& session);
 
 // Performs the handshake on the session's socket and replaces its channel by a secure one. A
-// certificate that is refused is no failure: the reason is left in the thread's error slot.
+// certificate that is refused is no failure: the reason is left in the thread's error slot. But a
+// session whose server was good is not connected again to one that is not.
+// QV_ERROR_SECURITY_CERTIFICATE.
 Error StartSecurity(Session& session);
 
 }  // namespace qv

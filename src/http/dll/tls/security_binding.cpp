@@ -87,16 +87,6 @@ Error BindSecurity() {
 
 bool SecurityWasAsked() { return was_asked; }
 
-void ReleaseSecurity() {
-  const std::lock_guard lock(binding_mutex);
-  for (const HMODULE module : {binding.security, binding.crypt}) {
-    if (module != nullptr) FreeLibrary(module);
-  }
-  binding = Binding{};
-  outcome.reset();
-  was_asked = false;
-}
-
 const SecurityFunctionTableA& SecurityProvider() { return binding.provider; }
 
 const CertificateApi& Certificates() { return binding.certificates; }

@@ -27,15 +27,13 @@ struct CertificateApi {
   PFXImportCertStoreFn PFXImportCertStore = nullptr;
 };
 
-// Finds both modules. A failure stays until ReleaseSecurity: QV_ERROR_SECURITY_NOT_INITIALIZED
-// (something is absent), QV_ERROR_INVALID_VERSION (of the system).
+// Finds both modules, which stay loaded: a thread may still wait on a secure session when the
+// library ends. A failure stays, too: QV_ERROR_SECURITY_NOT_INITIALIZED (something is absent),
+// QV_ERROR_INVALID_VERSION (of the system).
 Error BindSecurity();
 
 // Whether BindSecurity has been called.
 bool SecurityWasAsked();
-
-// Lets go of the modules; no session uses them any more.
-void ReleaseSecurity();
 
 // For callers that know that binding has succeeded.
 const SecurityFunctionTableA& SecurityProvider();

@@ -6,9 +6,11 @@
 #include <string>
 
 #include "frame/session.h"
+#include "frame/wide.h"
 #include "platform/file_time.h"
 #include "tls/security_binding.h"
 #include "tls/validation.h"
+#include "transfer/charset.h"
 
 namespace qv {
 namespace {
@@ -84,7 +86,8 @@ std::optional<std::string> FormatName(CERT_NAME_BLOB name, DWORD type) {
   std::string text(length, '\0');
   format(kEncoding, &name, type, text.data(), length);
   text.resize(text.find('\0') != text.npos ? text.find('\0') : text.size());
-  return text;
+  Result<std::u16string> wide = WideFromCodePage(text, CP_ACP);
+  return wide ? Utf8FromWide(*wide) : text;
 }
 
 void DescribeCertificate(Session& session, const CERT_CONTEXT& certificate, SECURITYINFOA& info) {

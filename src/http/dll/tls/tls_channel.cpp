@@ -14,6 +14,9 @@
 namespace qv {
 namespace {
 
+// More records without data in a row are an attack: session tickets and key updates come singly.
+constexpr int kMostEmptyRecords = 64;
+
 void TraceContent(const char* what, std::string_view bytes) {
   if (trace::Active()) trace::WriteSecureContent(what, bytes);
 }
@@ -29,8 +32,9 @@ Result<std::unique_ptr<TlsChannel>> TlsChannel::Open(Session& session,
   return channel;
 }
 
-TlsChannel::~TlsChannel() {
+void TlsChannel::End() {
   if (!established_ || send_error_) return;
+  established_ = false;
   const Token farewell = context_.Shutdown();
   if (farewell.size == 0) return;
   SendBytes(socket_, farewell.bytes.get(), static_cast<int>(farewell.size));
@@ -62,6 +66,11 @@ Result<TlsChannel::Progress> TlsChannel::DecryptNext(Session& session) {
     return receive_error_;
   }
   plain_ = record.data;
+  empty_records_ = plain_.empty() ? empty_records_ + 1 : 0;
+  if (empty_records_ > kMostEmptyRecords) {
+    receive_error_ = QV_ERROR_SECURITY_DECRYPTION;
+    return receive_error_;
+  }
   input_.KeepLast(record.extra);
   if (record.status == SEC_I_RENEGOTIATE) {
     const NotificationPause pause(session);
@@ -98,7 +107,8 @@ Result<INT> TlsChannel::Receive(Session& session, void* buffer, INT size) {
     if (!progress) return progress.error();
     if (*progress == Progress::kEnded) return 0;
     if (Error error = FillInput(session)) return error;
-    if (Error error = session.CheckAlive()) return error;
+    // Pieces of a record that keep coming are no reason to overlook a cancel request.
+    if (Error error = CheckWait(session, WaitLimit(kNoLimit))) return error;
   }
   TraceContent("decrypted", {target, total});
   return static_cast<INT>(total);
@@ -110,7 +120,9 @@ bool TlsChannel::HasInput(Session& session) {
     Result<Progress> progress = DecryptNext(session);
     if (!progress || *progress == Progress::kEnded) return true;
     if (*progress == Progress::kDecrypted) continue;
-    if (WaitSocket(socket_, ReadyFor::kRead, &kNoWait).count <= 0) return false;
+    if (WaitSocket(socket_, ReadyFor::kRead, &kNoWait).count <= 0) {
+      return !input_.empty();  // the rest of a record that nobody asked for
+    }
     if (FillInput(session)) return true;
   }
   return true;
@@ -127,6 +139,7 @@ Result<INT> TlsChannel::Send(Session& session, const void* data, INT size) {
   if (send_error_) return send_error_;
   constexpr ws2::TimeVal kNoWait{0, 0};
   if (session.events.Notifies() && WaitSocket(socket_, ReadyFor::kWrite, &kNoWait).count <= 0) {
+    RenewNotifications(session);  // nothing was sent that would announce when it can be
     return Error(QV_ERROR_OPERATION_WOULD_BLOCK);
   }
   const std::size_t count = std::min(static_cast<std::size_t>(size), context_.largest_message());

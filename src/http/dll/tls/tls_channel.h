@@ -18,14 +18,12 @@ class TlsChannel final : public Channel {
   // Performs the handshake over the session's socket.
   static Result<std::unique_ptr<TlsChannel>> Open(Session& session, ClientCredential credential);
 
-  // Tells the peer that nothing more comes (close-notify), without waiting for it.
-  ~TlsChannel() override;
-
   Result<INT> Receive(Session& session, void* buffer, INT size) override;
   Result<INT> Send(Session& session, const void* data, INT size) override;
   DWORD Pending() const override { return static_cast<DWORD>(plain_.size()); }
   bool HasBuffered() override { return !plain_.empty() || !input_.empty(); }
   bool HasInput(Session& session) override;
+  void End() override;  // sends the close-notify
   SecurityContext* security() override { return &context_; }
 
  private:
@@ -47,8 +45,9 @@ class TlsChannel final : public Channel {
   std::unique_ptr<char[]> record_;  // work space of Send
   std::size_t record_size_ = 0;
   bool established_ = false;
-  bool ended_ = false;   // the peer sends no more
-  Error receive_error_;  // a broken stream stays broken
+  bool ended_ = false;     // the peer sends no more
+  int empty_records_ = 0;  // one behind the other
+  Error receive_error_;    // a broken stream stays broken
   Error send_error_;
 };
 
