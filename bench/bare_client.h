@@ -1,25 +1,34 @@
-// The limit: a loop over a bare socket that does no more than the exchange needs.
+// The limit: loops over a bare socket that do no more than the exchange needs, and know in advance
+// what kind of response comes.
 #ifndef BENCH_BARE_CLIENT_H_
 #define BENCH_BARE_CLIENT_H_
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
 
+#include "bare_connection.h"
+#include "client.h"
+
 namespace bench {
 
-class BareClient {
+class BareClient final : public Client {
  public:
-  explicit BareClient(uint16_t port);
-  ~BareClient();
-  BareClient(const BareClient&) = delete;
-  BareClient& operator=(const BareClient&) = delete;
+  explicit BareClient(uint16_t port) : port_(port) {}
 
-  // Fetches "/size" into memory of its own and drops it.
-  void Get(std::size_t size);
+  void Get(const char* resource, std::size_t size) override;
+  void GetDecoded(const char* resource, std::size_t size) override;
+  void GetToFile(const char* resource, const std::string& file) override;
+  void PutFromFile(const char* resource, const std::string& file) override;
+  void GetOnce(const char* resource, std::size_t size) override;
 
  private:
-  int socket_;
+  BareConnection& Kept();
+  void GetSmall(BareConnection& connection, const char* resource, std::size_t size);
+  void GetLarge(const char* resource, std::size_t size);
+  void GetChunked(const char* resource, std::size_t size);
+
+  uint16_t port_;
+  std::unique_ptr<BareConnection> kept_;
 };
 
 }  // namespace bench

@@ -1,110 +1,173 @@
-// HTTP/1.1 over loopback, beside a bare-socket loop in the same run: small GETs on one connection,
-// and a large body into memory. With "syscalls" it only makes small GETs, for strace to count.
-#include <malloc.h>
+// HTTP/1.1 in clear over loopback: this library beside libcurl and a bare-socket loop, in turns.
+//
+//   bench_http1 [--spread] [CASE...]   measures all cases or some, and the memory of idle sessions
+//   bench_http1 only CLIENT CASE       runs one case once, for a profiler or strace to watch; the
+//                                      thread is then called "measured", the server "bench_server"
+//
+// Client and server share one processor, unless --spread leaves that to the system. Files are
+// written into the folder that BENCH_FOLDER names, else into the current one. With BENCH_ROUNDS set
+// every single time is shown, too.
+#include <sched.h>
+#include <stdlib.h>
+#include <sys/prctl.h>
+#include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "bare_client.h"
-#include "bench_server.h"
-#include "measure.h"
-#include "qvhttp12.h"
+#include "cases.h"
+#include "curl_client.h"
+#include "idle_memory.h"
+#include "library_client.h"
+#include "server.h"
+#include "table.h"
+#include "workload.h"
 
+namespace bench {
 namespace {
 
-constexpr std::size_t kSmallBody = 100;
-constexpr std::size_t kLargeBody = std::size_t{1} << 30;
-constexpr int kSmallCount = 20000;
-constexpr int kRounds = 5;
+constexpr int kRounds = 7;
+constexpr char kIdleKey[] = "idle";
 
-class Session {
+class Folder {
  public:
-  explicit Session(uint16_t port)
-      : handle_(HttpConnect("127.0.0.1", port, 0, HTTP_OPTION_KEEPALIVE, 0, nullptr)) {
-    if (handle_ == INVALID_CLIENT) throw std::runtime_error("cannot connect");
+  Folder() {
+    const char* parent = std::getenv("BENCH_FOLDER");
+    name_ = std::string(parent != nullptr ? parent : ".") + "/bench-XXXXXX";
+    if (mkdtemp(name_.data()) == nullptr) throw std::runtime_error("no folder for the files");
   }
-  ~Session() { HttpDisconnect(handle_); }
-  Session(const Session&) = delete;
-  Session& operator=(const Session&) = delete;
+  ~Folder() {
+    for (const char* file : {"/download", "/upload"}) unlink((name_ + file).c_str());
+    rmdir(name_.c_str());
+  }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
 
-  void Get(std::size_t size) {
-    const std::string resource = "/" + std::to_string(size);
-    HGLOBAL block = nullptr;
-    DWORD length = 0;
-    const int result = HttpGetData(handle_, resource.c_str(), &block, &length, 0);
-    if (result != 200 || length != size) throw std::runtime_error("GET failed");
-    GlobalFree(block);
-  }
+  const std::string& name() const { return name_; }
 
  private:
-  HCLIENT handle_;
+  std::string name_;
 };
 
-template <class Client>
-void SmallGets(Client& client, int count) {
-  for (int i = 0; i < count; ++i) client.Get(kSmallBody);
-}
+struct Contenders {
+  explicit Contenders(uint16_t port)
+      : library(port),
+        curl_default(port, CurlForm::kDefault),
+        curl_tuned(port, CurlForm::kTuned),
+        bare(port) {}
 
-void Report(const char* what, const bench::Cost& ours, const bench::Cost& limit) {
-  std::printf(
-      "%-34s wall %7.3f s  cpu %7.3f s | bare socket wall %7.3f s  cpu %7.3f s | "
-      "ratio wall %.2f  cpu %.2f\n",
-      what, ours.wall, ours.cpu, limit.wall, limit.cpu, ours.wall / limit.wall,
-      ours.cpu / limit.cpu);
-}
+  LibraryClient library;
+  CurlClient curl_default;
+  CurlClient curl_tuned;
+  BareClient bare;
+};
 
-template <class Work, class Limit>
-void Compare(const char* what, Work&& work, Limit&& limit) {
-  std::vector<bench::Cost> ours;
-  std::vector<bench::Cost> bare;
-  for (int round = 0; round < kRounds; ++round) {
-    ours.push_back(bench::Measure(work));
-    bare.push_back(bench::Measure(limit));
+// Each contender once unmeasured, and then all of them in turns, starting with another each round.
+Row Compare(const Case& what, Contenders& contenders) {
+  Client* const clients[] = {&contenders.library, &contenders.curl_default, &contenders.curl_tuned,
+                             &contenders.bare};
+  constexpr int kCount = 4;
+  std::vector<Cost> costs[kCount];
+  const bool show_rounds = std::getenv("BENCH_ROUNDS") != nullptr;
+  what.prepare();
+  for (int round = -1; round < kRounds; ++round) {
+    for (int turn = 0; turn < kCount; ++turn) {
+      const int who = (turn + round + 1) % kCount;
+      what.before();
+      const Cost cost = Measure([&] { what.work(*clients[who]); });
+      if (round >= 0) costs[who].push_back(cost);
+      if (show_rounds) {
+        std::fprintf(stderr, "  round %d, client %d: wall %.3f s, CPU %.3f s\n", round + 1, who,
+                     cost.wall, cost.cpu);
+      }
+    }
   }
-  Report(what, bench::Median(ours), bench::Median(bare));
+  return {&what, Median(costs[0]), Median(costs[1]), Median(costs[2]), Median(costs[3])};
 }
 
-void ReportHeapGrowth(Session& session) {
-  SmallGets(session, 1000);
-  const std::size_t before = mallinfo2().uordblks;
-  SmallGets(session, 1000);
-  const std::size_t after = mallinfo2().uordblks;
-  std::printf("heap in use after 1000 more GETs   %+ld bytes\n",
-              static_cast<long>(after) - static_cast<long>(before));
+void MeasureAll(uint16_t port, const std::vector<Case>& cases,
+                const std::set<std::string>& chosen) {
+  const auto is_chosen = [&](const char* key) { return chosen.empty() || chosen.count(key) > 0; };
+  if (is_chosen(kIdleKey)) PrintIdleMemory(port);
+  Contenders contenders(port);
+  std::vector<Row> rows;
+  for (const Case& what : cases) {
+    if (!is_chosen(what.key)) continue;
+    std::fprintf(stderr, "%s ...\n", what.title);
+    rows.push_back(Compare(what, contenders));
+  }
+  if (rows.empty()) return;
+  std::printf("\n");
+  PrintTimes(rows);
+  std::printf("\n");
+  PrintRatios(rows);
 }
 
-int Run(bool only_small, uint16_t port) {
-  Session session(port);
-  if (only_small) {
-    SmallGets(session, 1000);
+int RunOne(uint16_t port, const std::vector<Case>& cases, const std::string& who,
+           const std::string& key) {
+  std::unique_ptr<Client> client;
+  if (who == "library") client = std::make_unique<LibraryClient>(port);
+  if (who == "default") client = std::make_unique<CurlClient>(port, CurlForm::kDefault);
+  if (who == "tuned") client = std::make_unique<CurlClient>(port, CurlForm::kTuned);
+  if (who == "bare") client = std::make_unique<BareClient>(port);
+  for (const Case& what : cases) {
+    if (!client || key != what.key) continue;
+    what.prepare();
+    prctl(PR_SET_NAME, "measured");
+    what.work(*client);
     return 0;
   }
-  bench::BareClient bare(port);
-  SmallGets(session, 1000);
-  SmallGets(bare, 1000);
-  Compare(
-      "20000 small GETs, one connection", [&] { SmallGets(session, kSmallCount); },
-      [&] { SmallGets(bare, kSmallCount); });
-  Compare(
-      "1 GiB into memory", [&] { session.Get(kLargeBody); }, [&] { bare.Get(kLargeBody); });
-  ReportHeapGrowth(session);
-  return 0;
+  std::fprintf(stderr, "no such client or case\n");
+  return 2;
+}
+
+// Two processors make the times depend on how long each of them needs to wake the other, on virtual
+// machines several times as long as the work between. On one, what is measured is the work.
+void StayOnOneProcessor() {
+  cpu_set_t allowed;
+  CPU_ZERO(&allowed);
+  sched_getaffinity(0, sizeof(allowed), &allowed);
+  int last = CPU_SETSIZE - 1;
+  while (last > 0 && !CPU_ISSET(last, &allowed)) --last;
+  CPU_ZERO(&allowed);
+  CPU_SET(last, &allowed);
+  sched_setaffinity(0, sizeof(allowed), &allowed);
+}
+
+int Run(std::vector<std::string> arguments) {
+  const bool spread = !arguments.empty() && arguments.front() == "--spread";
+  if (spread) {
+    arguments.erase(arguments.begin());
+  } else {
+    StayOnOneProcessor();
+  }
+  const Server server;
+  if (!HttpInitialize(nullptr, 0)) throw std::runtime_error("HttpInitialize");
+  curl_global_init(CURL_GLOBAL_DEFAULT);
+  const Folder folder;
+  const std::vector<Case> cases = AllCases(folder.name());
+  int result = 0;
+  if (arguments.size() == 3 && arguments.front() == "only") {
+    result = RunOne(server.port(), cases, arguments[1], arguments[2]);
+  } else {
+    MeasureAll(server.port(), cases, {arguments.begin(), arguments.end()});
+  }
+  curl_global_cleanup();
+  HttpUninitialize();
+  return result;
 }
 
 }  // namespace
+}  // namespace bench
 
 int main(int argc, char** argv) {
-  const bool only_small = argc > 1 && std::strcmp(argv[1], "syscalls") == 0;
   try {
-    bench::BenchServer server;
-    if (!HttpInitialize(nullptr, 0)) return 1;
-    const int result = Run(only_small, server.port());
-    HttpUninitialize();
-    return result;
+    return bench::Run({argv + 1, argv + argc});
   } catch (const std::exception& error) {
     std::fprintf(stderr, "bench: %s\n", error.what());
     return 1;

@@ -1,23 +1,18 @@
 #include "measure.h"
 
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <fstream>
+#include <stdexcept>
+#include <string>
 
 namespace bench {
 namespace {
 
-double Seconds(const timeval& time) {
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-}
-
-double CpuSeconds() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return Seconds(usage.ru_utime) + Seconds(usage.ru_stime);
+double Now(clockid_t clock) {
+  timespec time{};
+  clock_gettime(clock, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
 double Middle(std::vector<double> values) {
@@ -28,14 +23,13 @@ double Middle(std::vector<double> values) {
 }  // namespace
 
 Cost Measure(const std::function<void()>& work) {
-  const double cpu = CpuSeconds();
-  const auto start = std::chrono::steady_clock::now();
+  const double cpu = Now(CLOCK_PROCESS_CPUTIME_ID);
+  const double wall = Now(CLOCK_MONOTONIC);
   work();
-  const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;
-  return {wall.count(), CpuSeconds() - cpu};
+  return {Now(CLOCK_MONOTONIC) - wall, Now(CLOCK_PROCESS_CPUTIME_ID) - cpu};
 }
 
-Cost Median(std::vector<Cost> costs) {
+Cost Median(const std::vector<Cost>& costs) {
   std::vector<double> wall;
   std::vector<double> cpu;
   for (const Cost& cost : costs) {
@@ -46,11 +40,13 @@ Cost Median(std::vector<Cost> costs) {
 }
 
 long ResidentKib() {
-  std::ifstream statm("/proc/self/statm");
-  long total = 0;
-  long resident = 0;
-  statm >> total >> resident;
-  return resident * (sysconf(_SC_PAGESIZE) / 1024);
+  // /proc/self/statm lags behind by pages counted per processor.
+  std::ifstream summary("/proc/self/smaps_rollup");
+  for (std::string word; summary >> word;) {
+    long size = 0;
+    if (word == "Rss:" && summary >> size) return size;
+  }
+  throw std::runtime_error("no memory summary in /proc");
 }
 
 }  // namespace bench

@@ -1,4 +1,4 @@
-// Times of a piece of work, in this process.
+// Times and memory of this process.
 #ifndef BENCH_MEASURE_H_
 #define BENCH_MEASURE_H_
 
@@ -9,13 +9,13 @@ namespace bench {
 
 struct Cost {
   double wall = 0;  // seconds
-  double cpu = 0;   // seconds of this process, user and system
+  double cpu = 0;   // seconds of all threads of this process, user and system
 };
 
 Cost Measure(const std::function<void()>& work);
 
 // The median of each figure.
-Cost Median(std::vector<Cost> costs);
+Cost Median(const std::vector<Cost>& costs);
 
 // The resident memory of this process in KiB.
 long ResidentKib();

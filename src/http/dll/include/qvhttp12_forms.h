@@ -1,6 +1,6 @@
 /*
- * QVHTTP12: forms that are filled in and submitted. Included by qvhttp12.h, which says what holds for every
- * function.
+ * QVHTTP12: forms that are filled in and submitted. Included by qvhttp12.h, which says what holds
+ * for every function.
  */
 #ifndef QVHTTP12_FORMS_H
 #define QVHTTP12_FORMS_H
