@@ -11,15 +11,13 @@
 namespace bench {
 namespace {
 
-// More than any client has in use at a time.
-constexpr std::size_t kWarmMemory = 3584 * kMebi;
-
 void Nothing() {}
 
 // On a virtual machine, the first touch of memory that the host has taken back costs many times the
-// touch of memory in use. This makes the memory that the system hands out next alike for all.
-void WarmMemory() {
-  const LargeBuffer memory(kWarmMemory);
+// touch of memory in use. This makes the memory that the system hands out next alike for all;
+// `size` is more than any of them takes.
+void WarmMemory(std::size_t size) {
+  const LargeBuffer memory(size);
   std::memset(memory.data(), 1, memory.size());
 }
 
@@ -48,12 +46,13 @@ std::vector<Case> AllCases(const std::string& folder) {
        Repeat(kSmallGets, [](Client& client) { client.Get(kSmallResource, kSmallBody); }), Nothing,
        Nothing},
       {"memory", "1 GiB into memory", 0.50,
-       [](Client& client) { client.Get(kLargeResource, kLargeBody); }, Nothing, WarmMemory},
+       [](Client& client) { client.Get(kLargeResource, kLargeBody); }, Nothing,
+       [] { WarmMemory(7 * kLargeBody / 2); }},
       {"file", "1 GiB into a file", 0.90,
        [download](Client& client) { client.GetToFile(kLargeResource, download); }, Nothing,
        [download] {
          unlink(download.c_str());
-         WarmMemory();
+         WarmMemory(kLargeBody + kLargeBody / 4);
        }},
       {"upload", "256 MiB from a file", 0.85,
        [upload](Client& client) { client.PutFromFile(kUploadResource, upload); },
@@ -64,7 +63,7 @@ std::vector<Case> AllCases(const std::string& folder) {
        Nothing, Nothing},
       {"gzip", "64 MiB of text, decoded from gzip", 0.80,
        [](Client& client) { client.GetDecoded(kEncodedResource, kInflatedBody); }, Nothing,
-       WarmMemory},
+       [] { WarmMemory(8 * kInflatedBody); }},
       {"connect", "2,000 times connect, GET of 100 bytes, close", 0.80,
        Repeat(kConnects, [](Client& client) { client.GetOnce(kLastResource, kSmallBody); }),
        Nothing, Nothing},

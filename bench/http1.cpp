@@ -31,7 +31,7 @@
 namespace bench {
 namespace {
 
-constexpr int kRounds = 7;
+constexpr int kRounds = 5;
 constexpr char kIdleKey[] = "idle";
 
 class Folder {
