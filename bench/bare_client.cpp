@@ -82,8 +82,23 @@ class Decoder {
 
 }  // namespace
 
+BareClient::BareClient(const Endpoint& endpoint) : port_(endpoint.port) {
+  if (!endpoint.secure()) return;
+  context_ = NewClientContext(endpoint.authority);
+  SSL_CTX_set_app_data(context_.get(), this);
+  SSL_CTX_set_session_cache_mode(context_.get(),
+                                 SSL_SESS_CACHE_CLIENT | SSL_SESS_CACHE_NO_INTERNAL_STORE);
+  SSL_CTX_sess_set_new_cb(context_.get(), KeepSession);
+}
+
+int BareClient::KeepSession(SSL* tls, SSL_SESSION* session) {
+  auto* const client = static_cast<BareClient*>(SSL_CTX_get_app_data(SSL_get_SSL_CTX(tls)));
+  client->session_.reset(session);
+  return 1;  // kept
+}
+
 BareConnection& BareClient::Kept() {
-  if (!kept_) kept_ = std::make_unique<BareConnection>(port_);
+  if (!kept_) kept_ = std::make_unique<BareConnection>(port_, context_.get());
   return *kept_;
 }
 
@@ -170,7 +185,7 @@ void BareClient::PutFromFile(const char* resource, const std::string& file) {
 }
 
 void BareClient::GetOnce(const char* resource, std::size_t size) {
-  BareConnection connection(port_);
+  BareConnection connection(port_, context_.get(), session_.get());
   GetSmall(connection, resource, size);
 }
 

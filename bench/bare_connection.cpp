@@ -13,7 +13,8 @@
 
 namespace bench {
 
-BareConnection::BareConnection(uint16_t port) : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
+BareConnection::BareConnection(uint16_t port, SSL_CTX* context, SSL_SESSION* resumed)
+    : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(port);
@@ -23,11 +24,30 @@ BareConnection::BareConnection(uint16_t port) : socket_(socket(AF_INET, SOCK_STR
   }
   const int on = 1;
   setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+  if (context != nullptr) StartTls(context, resumed);
 }
 
-BareConnection::~BareConnection() { close(socket_); }
+BareConnection::~BareConnection() {
+  if (tls_) SSL_shutdown(tls_.get());
+  close(socket_);
+}
+
+void BareConnection::StartTls(SSL_CTX* context, SSL_SESSION* resumed) {
+  tls_.reset(SSL_new(context));
+  SSL_set_fd(tls_.get(), socket_);
+  X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(tls_.get()), "127.0.0.1");
+  if (resumed != nullptr) SSL_set_session(tls_.get(), resumed);
+  if (SSL_connect(tls_.get()) != 1) throw std::runtime_error("bare: handshake");
+}
 
 void BareConnection::Send(std::string_view bytes) {
+  if (tls_) {
+    std::size_t sent = 0;
+    if (SSL_write_ex(tls_.get(), bytes.data(), bytes.size(), &sent) != 1) {
+      throw std::runtime_error("bare: send");
+    }
+    return;
+  }
   while (!bytes.empty()) {
     const ssize_t sent = send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (sent <= 0) throw std::runtime_error("bare: send");
@@ -36,6 +56,13 @@ void BareConnection::Send(std::string_view bytes) {
 }
 
 std::size_t BareConnection::Receive(char* buffer, std::size_t size) {
+  if (tls_) {
+    std::size_t count = 0;
+    if (SSL_read_ex(tls_.get(), buffer, size, &count) != 1) {
+      throw std::runtime_error("bare: receive");
+    }
+    return count;
+  }
   const ssize_t count = recv(socket_, buffer, size, 0);
   if (count <= 0) throw std::runtime_error("bare: receive");
   return static_cast<std::size_t>(count);

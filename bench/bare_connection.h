@@ -1,17 +1,21 @@
-// One exchange over a bare socket, as far as all of them are alike: connect, send a request, take
-// the header of the response.
+// One exchange over a bare socket, or over TLS on one, as far as all of them are alike: connect,
+// send a request, take the header of the response.
 #ifndef BENCH_BARE_CONNECTION_H_
 #define BENCH_BARE_CONNECTION_H_
 
+#include <openssl/ssl.h>
+
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 namespace bench {
 
 class BareConnection {
  public:
-  explicit BareConnection(uint16_t port);
+  // Over TLS where there is a context; resumes the session that `resumed` holds, if it holds one.
+  BareConnection(uint16_t port, SSL_CTX* context, SSL_SESSION* resumed = nullptr);
   ~BareConnection();
   BareConnection(const BareConnection&) = delete;
   BareConnection& operator=(const BareConnection&) = delete;
@@ -29,9 +33,15 @@ class BareConnection {
   std::size_t content_length() const;
 
  private:
+  struct FreeTls {
+    void operator()(SSL* tls) const { SSL_free(tls); }
+  };
+
+  void StartTls(SSL_CTX* context, SSL_SESSION* resumed);
   std::string_view ReadHeader();
 
   int socket_;
+  std::unique_ptr<SSL, FreeTls> tls_;
   char buffer_[16384];
   std::string_view header_;
 };

@@ -73,9 +73,11 @@ curl_off_t SizeOf(FILE* file) {
 
 }  // namespace
 
-CurlClient::CurlClient(uint16_t port, CurlForm form)
+CurlClient::CurlClient(const Endpoint& endpoint, CurlForm form)
     : form_(form),
-      base_("http://127.0.0.1:" + std::to_string(port)),
+      base_((endpoint.secure() ? "https://127.0.0.1:" : "http://127.0.0.1:") +
+            std::to_string(endpoint.port)),
+      authority_(endpoint.authority),
       kept_(NewHandle()),
       no_expect_(curl_slist_append(nullptr, "Expect:")) {}
 
@@ -99,6 +101,10 @@ bool CurlClient::Prepare(const char* kind, const char* resource) {
 
 void CurlClient::SetCommonOptions(CURL* handle, const char* resource) const {
   curl_easy_setopt(handle, CURLOPT_URL, (base_ + resource).c_str());
+  if (!authority_.empty()) {
+    curl_easy_setopt(handle, CURLOPT_CAINFO, authority_.c_str());
+    curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
+  }
   if (!tuned()) return;
   curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(handle, CURLOPT_BUFFERSIZE, kReceiveBuffer);

@@ -5,10 +5,10 @@
 
 #include <curl/curl.h>
 
-#include <cstdint>
 #include <memory>
 
 #include "client.h"
+#include "endpoint.h"
 
 namespace bench {
 
@@ -25,7 +25,7 @@ struct CurlListCleanup {
 
 class CurlClient final : public Client {
  public:
-  CurlClient(uint16_t port, CurlForm form);
+  CurlClient(const Endpoint& endpoint, CurlForm form);
 
   void Get(const char* resource, std::size_t size) override;
   void GetDecoded(const char* resource, std::size_t size) override;
@@ -45,6 +45,7 @@ class CurlClient final : public Client {
 
   CurlForm form_;
   std::string base_;
+  std::string authority_;
   CurlHandle kept_;
   std::unique_ptr<curl_slist, CurlListCleanup> no_expect_;
   std::string last_;  // kind and resource of the kept handle's last request

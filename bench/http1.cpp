@@ -1,8 +1,11 @@
-// HTTP/1.1 in clear over loopback: this library beside libcurl and a bare-socket loop, in turns.
+// HTTP/1.1 over loopback: this library beside libcurl and a bare loop, in turns.
 //
-//   bench_http1 [--spread] [CASE...]   measures all cases or some, and the memory of idle sessions
-//   bench_http1 only CLIENT CASE       runs one case once, for a profiler or strace to watch; the
-//                                      thread is then called "measured", the server "bench_server"
+//   bench_http1 [--tls] [--spread] [CASE...]    measures all cases or some, in clear also the
+//   memory
+//                                               of idle sessions
+//   bench_http1 [--tls] only CLIENT CASE        runs one case once, for a profiler or strace to
+//                                               watch; the thread is then called "measured", the
+//                                               server "bench_server"
 //
 // Client and server share one processor, unless --spread leaves that to the system. Files are
 // written into the folder that BENCH_FOLDER names, else into the current one. With BENCH_ROUNDS set
@@ -22,6 +25,8 @@
 #include "bare_client.h"
 #include "cases.h"
 #include "curl_client.h"
+#include "endpoint.h"
+#include "identity.h"
 #include "idle_memory.h"
 #include "library_client.h"
 #include "server.h"
@@ -42,7 +47,9 @@ class Folder {
     if (mkdtemp(name_.data()) == nullptr) throw std::runtime_error("no folder for the files");
   }
   ~Folder() {
-    for (const char* file : {"/download", "/upload"}) unlink((name_ + file).c_str());
+    for (const char* file : {"/download", "/upload", "/authority.pem"}) {
+      unlink((name_ + file).c_str());
+    }
     rmdir(name_.c_str());
   }
   Folder(const Folder&) = delete;
@@ -55,11 +62,11 @@ class Folder {
 };
 
 struct Contenders {
-  explicit Contenders(uint16_t port)
-      : library(port),
-        curl_default(port, CurlForm::kDefault),
-        curl_tuned(port, CurlForm::kTuned),
-        bare(port) {}
+  explicit Contenders(const Endpoint& endpoint)
+      : library(endpoint),
+        curl_default(endpoint, CurlForm::kDefault),
+        curl_tuned(endpoint, CurlForm::kTuned),
+        bare(endpoint) {}
 
   LibraryClient library;
   CurlClient curl_default;
@@ -90,15 +97,42 @@ Row Compare(const Case& what, Contenders& contenders) {
   return {&what, Median(costs[0]), Median(costs[1]), Median(costs[2]), Median(costs[3])};
 }
 
-void MeasureAll(uint16_t port, const std::vector<Case>& cases,
-                const std::set<std::string>& chosen) {
+// The servers of a run, and the cases that they are asked for.
+class Site {
+ public:
+  Site(bool secure, const std::string& folder)
+      : authority_(secure ? folder + "/authority.pem" : ""),
+        context_(secure ? NewServerContext(authority_) : nullptr),
+        full_context_(secure ? WithoutResumption(context_.get()) : nullptr),
+        server_(context_.get()),
+        full_server_(full_context_.get()),
+        cases_(secure ? SecureCases(folder) : PlainCases(folder)) {
+    if (secure) setenv("SSL_CERT_FILE", authority_.c_str(), 1);
+  }
+
+  const std::vector<Case>& cases() const { return cases_; }
+  Endpoint endpoint() const { return {server_.port(), authority_}; }
+  Endpoint EndpointOf(const Case& what) const {
+    return {what.full_handshake ? full_server_.port() : server_.port(), authority_};
+  }
+
+ private:
+  std::string authority_;
+  ContextPtr context_;
+  ContextPtr full_context_;
+  Server server_;
+  Server full_server_;
+  std::vector<Case> cases_;
+};
+
+void MeasureAll(const Site& site, const std::set<std::string>& chosen) {
   const auto is_chosen = [&](const char* key) { return chosen.empty() || chosen.count(key) > 0; };
-  if (is_chosen(kIdleKey)) PrintIdleMemory(port);
-  Contenders contenders(port);
+  if (!site.endpoint().secure() && is_chosen(kIdleKey)) PrintIdleMemory(site.endpoint());
   std::vector<Row> rows;
-  for (const Case& what : cases) {
+  for (const Case& what : site.cases()) {
     if (!is_chosen(what.key)) continue;
     std::fprintf(stderr, "%s ...\n", what.title);
+    Contenders contenders(site.EndpointOf(what));
     rows.push_back(Compare(what, contenders));
   }
   if (rows.empty()) return;
@@ -108,15 +142,19 @@ void MeasureAll(uint16_t port, const std::vector<Case>& cases,
   PrintRatios(rows);
 }
 
-int RunOne(uint16_t port, const std::vector<Case>& cases, const std::string& who,
-           const std::string& key) {
-  std::unique_ptr<Client> client;
-  if (who == "library") client = std::make_unique<LibraryClient>(port);
-  if (who == "default") client = std::make_unique<CurlClient>(port, CurlForm::kDefault);
-  if (who == "tuned") client = std::make_unique<CurlClient>(port, CurlForm::kTuned);
-  if (who == "bare") client = std::make_unique<BareClient>(port);
-  for (const Case& what : cases) {
-    if (!client || key != what.key) continue;
+std::unique_ptr<Client> NewClient(const std::string& name, const Endpoint& endpoint) {
+  if (name == "library") return std::make_unique<LibraryClient>(endpoint);
+  if (name == "default") return std::make_unique<CurlClient>(endpoint, CurlForm::kDefault);
+  if (name == "tuned") return std::make_unique<CurlClient>(endpoint, CurlForm::kTuned);
+  if (name == "bare") return std::make_unique<BareClient>(endpoint);
+  return nullptr;
+}
+
+int RunOne(const Site& site, const std::string& who, const std::string& key) {
+  for (const Case& what : site.cases()) {
+    if (key != what.key) continue;
+    const std::unique_ptr<Client> client = NewClient(who, site.EndpointOf(what));
+    if (!client) break;
     what.prepare();
     prctl(PR_SET_NAME, "measured");
     what.work(*client);
@@ -139,23 +177,22 @@ void StayOnOneProcessor() {
   sched_setaffinity(0, sizeof(allowed), &allowed);
 }
 
+bool TakeFlag(std::vector<std::string>& arguments, const char* flag) {
+  return std::erase(arguments, flag) > 0;
+}
+
 int Run(std::vector<std::string> arguments) {
-  const bool spread = !arguments.empty() && arguments.front() == "--spread";
-  if (spread) {
-    arguments.erase(arguments.begin());
-  } else {
-    StayOnOneProcessor();
-  }
-  const Server server;
+  const bool secure = TakeFlag(arguments, "--tls");
+  if (!TakeFlag(arguments, "--spread")) StayOnOneProcessor();
+  const Folder folder;
+  const Site site(secure, folder.name());
   if (!HttpInitialize(nullptr, 0)) throw std::runtime_error("HttpInitialize");
   curl_global_init(CURL_GLOBAL_DEFAULT);
-  const Folder folder;
-  const std::vector<Case> cases = AllCases(folder.name());
   int result = 0;
   if (arguments.size() == 3 && arguments.front() == "only") {
-    result = RunOne(server.port(), cases, arguments[1], arguments[2]);
+    result = RunOne(site, arguments[1], arguments[2]);
   } else {
-    MeasureAll(server.port(), cases, {arguments.begin(), arguments.end()});
+    MeasureAll(site, {arguments.begin(), arguments.end()});
   }
   curl_global_cleanup();
   HttpUninitialize();

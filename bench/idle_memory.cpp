@@ -35,16 +35,16 @@ void ReportHeapGrowth(LibrarySession& session) {
 
 }  // namespace
 
-void PrintIdleMemory(uint16_t port) {
+void PrintIdleMemory(const Endpoint& endpoint) {
   std::vector<std::unique_ptr<LibrarySession>> sessions;
   std::vector<std::unique_ptr<CurlClient>> handles;
   std::printf("| idle after a GET, connection kept | KiB each |\n|---|---|\n");
   Report("session of the library", [&] {
-    sessions.push_back(std::make_unique<LibrarySession>(port, HTTP_OPTION_KEEPALIVE));
+    sessions.push_back(std::make_unique<LibrarySession>(endpoint, HTTP_OPTION_KEEPALIVE));
     sessions.back()->Get(kSmallResource, kSmallBody);
   });
   Report("libcurl, default", [&] {
-    handles.push_back(std::make_unique<CurlClient>(port, CurlForm::kDefault));
+    handles.push_back(std::make_unique<CurlClient>(endpoint, CurlForm::kDefault));
     handles.back()->Get(kSmallResource, kSmallBody);
   });
   ReportHeapGrowth(*sessions.front());

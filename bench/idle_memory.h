@@ -2,13 +2,13 @@
 #ifndef BENCH_IDLE_MEMORY_H_
 #define BENCH_IDLE_MEMORY_H_
 
-#include <cstdint>
+#include "endpoint.h"
 
 namespace bench {
 
 // Opens sessions of this library, then handles of libcurl, has each make one GET, and prints by how
 // much the process grew for each of them.
-void PrintIdleMemory(uint16_t port);
+void PrintIdleMemory(const Endpoint& endpoint);
 
 }  // namespace bench
 

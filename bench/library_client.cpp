@@ -13,8 +13,10 @@ namespace {
 
 }  // namespace
 
-LibrarySession::LibrarySession(uint16_t port, DWORD options)
-    : handle_(HttpConnectA("127.0.0.1", port, 0, options, 0, nullptr)) {
+LibrarySession::LibrarySession(const Endpoint& endpoint, DWORD options)
+    : handle_(HttpConnectA("127.0.0.1", endpoint.port, 0,
+                           endpoint.secure() ? options | HTTP_OPTION_SECURE : options, 0,
+                           nullptr)) {
   if (handle_ == INVALID_CLIENT) Fail("HttpConnect");
 }
 
@@ -29,7 +31,7 @@ void LibrarySession::Get(const char* resource, std::size_t size, DWORD options) 
 }
 
 LibrarySession& LibraryClient::Kept() {
-  if (!kept_) kept_ = std::make_unique<LibrarySession>(port_, HTTP_OPTION_KEEPALIVE);
+  if (!kept_) kept_ = std::make_unique<LibrarySession>(endpoint_, HTTP_OPTION_KEEPALIVE);
   return *kept_;
 }
 
@@ -52,7 +54,7 @@ void LibraryClient::PutFromFile(const char* resource, const std::string& file) {
 }
 
 void LibraryClient::GetOnce(const char* resource, std::size_t size) {
-  LibrarySession session(port_, HTTP_OPTION_NONE);
+  LibrarySession session(endpoint_, HTTP_OPTION_NONE);
   session.Get(resource, size);
 }
 

@@ -2,17 +2,17 @@
 #ifndef BENCH_LIBRARY_CLIENT_H_
 #define BENCH_LIBRARY_CLIENT_H_
 
-#include <cstdint>
 #include <memory>
 
 #include "client.h"
+#include "endpoint.h"
 #include "qvhttp12.h"
 
 namespace bench {
 
 class LibrarySession {
  public:
-  LibrarySession(uint16_t port, DWORD options);
+  LibrarySession(const Endpoint& endpoint, DWORD options);
   ~LibrarySession();
   LibrarySession(const LibrarySession&) = delete;
   LibrarySession& operator=(const LibrarySession&) = delete;
@@ -27,7 +27,7 @@ class LibrarySession {
 
 class LibraryClient final : public Client {
  public:
-  explicit LibraryClient(uint16_t port) : port_(port) {}
+  explicit LibraryClient(const Endpoint& endpoint) : endpoint_(endpoint) {}
 
   void Get(const char* resource, std::size_t size) override;
   void GetDecoded(const char* resource, std::size_t size) override;
@@ -38,7 +38,7 @@ class LibraryClient final : public Client {
  private:
   LibrarySession& Kept();
 
-  uint16_t port_;
+  Endpoint endpoint_;
   std::unique_ptr<LibrarySession> kept_;
 };
 

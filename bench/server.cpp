@@ -13,12 +13,14 @@
 #include <algorithm>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "server_content.h"
+#include "server_stream.h"
 #include "workload.h"
 
 namespace bench {
@@ -32,16 +34,7 @@ bool StartsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
 }
 
-bool SendAll(int socket, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (sent <= 0) return false;
-    bytes.remove_prefix(static_cast<std::size_t>(sent));
-  }
-  return true;
-}
-
-bool SendBytes(int socket, std::size_t size, std::string_view more_fields) {
+bool SendBytes(ServerStream& stream, std::size_t size, std::string_view more_fields) {
   static const std::vector<char> block(kBlock, 'x');
   std::string head =
       "HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nContent-Length: " +
@@ -49,42 +42,42 @@ bool SendBytes(int socket, std::size_t size, std::string_view more_fields) {
   head.append(more_fields).append("\r\n");
   const std::size_t first = std::min(size, kFirstPiece);
   head.append(block.data(), first);
-  if (!SendAll(socket, head)) return false;
+  if (!stream.SendAll(head)) return false;
   for (std::size_t left = size - first; left > 0;) {
     const std::size_t piece = std::min(left, kBlock);
-    if (!SendAll(socket, {block.data(), piece})) return false;
+    if (!stream.SendAll({block.data(), piece})) return false;
     left -= piece;
   }
   return true;
 }
 
 // Takes the body of a request without copying it; `here` bytes of it have come with the header.
-bool TakeUpload(int socket, std::string_view header, std::size_t here) {
+bool TakeUpload(ServerStream& stream, std::string_view header, std::size_t here) {
   constexpr std::string_view kLength = "\r\nContent-Length: ";
   const std::size_t field = header.find(kLength);
   if (field == header.npos) return false;
   const std::size_t size = std::strtoull(header.data() + field + kLength.size(), nullptr, 10);
   if (header.find("\r\nExpect:") != header.npos &&
-      !SendAll(socket, "HTTP/1.1 100 Continue\r\n\r\n")) {
+      !stream.SendAll("HTTP/1.1 100 Continue\r\n\r\n")) {
     return false;
   }
   for (std::size_t have = here; have < size;) {
-    const ssize_t count = recv(socket, nullptr, std::min(size - have, kBlock), MSG_TRUNC);
-    if (count <= 0) return false;
-    have += static_cast<std::size_t>(count);
+    const std::size_t count = stream.Drop(size - have);
+    if (count == 0) return false;
+    have += count;
   }
-  return SendAll(socket, "HTTP/1.1 204 No Content\r\n\r\n");
+  return stream.SendAll("HTTP/1.1 204 No Content\r\n\r\n");
 }
 
 // Answers one request; false when the connection is at its end.
-bool ServeOne(int socket) {
+bool ServeOne(ServerStream& stream) {
   char buffer[16384];
   std::size_t have = 0;
   std::size_t end = std::string_view::npos;
   while (end == std::string_view::npos) {
-    const ssize_t count = recv(socket, buffer + have, sizeof(buffer) - have, 0);
-    if (count <= 0) return false;
-    have += static_cast<std::size_t>(count);
+    const std::size_t count = stream.Receive(buffer + have, sizeof(buffer) - have);
+    if (count == 0) return false;
+    have += count;
     end = std::string_view(buffer, have).find(kEndOfHeader);
   }
   const std::string_view header(buffer, end + kEndOfHeader.size());
@@ -92,43 +85,44 @@ bool ServeOne(int socket) {
   const auto number = [&] {
     return std::strtoull(target.data() + target.find('/', 1) + 1, nullptr, 10);
   };
-  if (StartsWith(target, "/bytes/")) return SendBytes(socket, number(), "");
+  if (StartsWith(target, "/bytes/")) return SendBytes(stream, number(), "");
   if (StartsWith(target, kChunkedResource)) {
     static const std::string response = ChunkedResponse();
-    return SendAll(socket, response);
+    return stream.SendAll(response);
   }
   if (StartsWith(target, kEncodedResource)) {
     static const std::string response = EncodedResponse();
-    return SendAll(socket, response);
+    return stream.SendAll(response);
   }
-  if (StartsWith(target, kUploadResource)) return TakeUpload(socket, header, have - header.size());
-  SendBytes(socket, number(), "Connection: close\r\n");
+  if (StartsWith(target, kUploadResource)) return TakeUpload(stream, header, have - header.size());
+  SendBytes(stream, number(), "Connection: close\r\n");
   return false;
 }
 
-void Watch(int poll, int socket) {
+// `stream` is NULL for the listener.
+void Watch(int poll, int socket, ServerStream* stream) {
   epoll_event event{};
   event.events = EPOLLIN;
-  event.data.fd = socket;
+  event.data.ptr = stream;
   epoll_ctl(poll, EPOLL_CTL_ADD, socket, &event);
 }
 
-[[noreturn]] void Serve(int listener) {
+[[noreturn]] void Serve(int listener, SSL_CTX* context) {
   const int poll = epoll_create1(EPOLL_CLOEXEC);
-  Watch(poll, listener);
+  Watch(poll, listener, nullptr);
   while (true) {
     epoll_event event{};
     if (epoll_wait(poll, &event, 1, -1) != 1) continue;
-    const int socket = event.data.fd;
-    if (socket != listener) {
-      if (!ServeOne(socket)) close(socket);
+    if (auto* const stream = static_cast<ServerStream*>(event.data.ptr); stream != nullptr) {
+      if (!ServeOne(*stream)) delete stream;  // the system watches what is open
       continue;
     }
     const int accepted = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
     if (accepted < 0) _exit(1);
     const int on = 1;
     setsockopt(accepted, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
-    Watch(poll, accepted);
+    auto stream = std::make_unique<ServerStream>(accepted, context);
+    if (stream->Accept()) Watch(poll, accepted, stream.release());
   }
 }
 
@@ -149,14 +143,15 @@ int Listen(uint16_t& port) {
 
 }  // namespace
 
-Server::Server() {
+Server::Server(SSL_CTX* context) {
   const int listener = Listen(port_);
   pid_ = fork();
   if (pid_ == 0) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     prctl(PR_SET_NAME, "bench_server");
     try {
-      Serve(listener);
+      signal(SIGPIPE, SIG_IGN);
+      Serve(listener, context);
     } catch (const std::exception&) {
       _exit(1);
     }

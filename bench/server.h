@@ -2,6 +2,7 @@
 #ifndef BENCH_SERVER_H_
 #define BENCH_SERVER_H_
 
+#include <openssl/ssl.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -12,7 +13,8 @@ namespace bench {
 // with the object, and with the one that made it.
 class Server {
  public:
-  Server();
+  // Over TLS where there is a context.
+  explicit Server(SSL_CTX* context);
   ~Server();
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;

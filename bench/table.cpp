@@ -6,8 +6,6 @@
 namespace bench {
 namespace {
 
-// How far above the bare socket the library's processor time may be.
-constexpr double kLimitAim = 1.15;
 constexpr double kMilliseconds = 1000;
 
 const char* Verdict(bool under_curl, bool near_limit) {
@@ -45,7 +43,8 @@ void PrintRatios(const std::vector<Row>& rows) {
     const double to_limit = row.library.cpu / row.bare.cpu;
     std::printf("| %s | %.2f | %.2f | %.2f | %.2f | %.2f, %.2f | %s |\n", row.what->title,
                 row.library.wall / curl_wall, to_curl, row.library.wall / row.bare.wall, to_limit,
-                row.what->aim, kLimitAim, Verdict(to_curl <= row.what->aim, to_limit <= kLimitAim));
+                row.what->aim, row.what->limit_aim,
+                Verdict(to_curl <= row.what->aim, to_limit <= row.what->limit_aim));
   }
 }
 

@@ -22,6 +22,7 @@ inline constexpr int kChunkedGets = 1000;
 inline constexpr std::size_t kInflatedBody = 64 * kMebi;
 
 inline constexpr int kConnects = 2000;
+inline constexpr int kHandshakes = 500;
 inline constexpr int kIdleSessions = 1000;
 
 // Bodies of known length.

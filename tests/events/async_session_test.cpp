@@ -2,9 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <stdexcept>
 #include <string>
+#include <thread>
 
 #include "events/window_fixture.h"
+#include "support/loopback.h"
 #include "support/raw_server.h"
 
 namespace test {
@@ -116,6 +121,8 @@ TEST_F(AsyncSessionTest, WholeTransfersWork) {
   const HCLIENT client = ConnectAsyncAndWait(server.port());
   EXPECT_EQ(inside.result, 200);
   EXPECT_EQ(inside.body, large);
+  EventWindow::Pump();
+  EXPECT_FALSE(window_.Has(HTTP_EVENT_READ)) << "nothing is left to read";
   // The socket's buffers do not hold this, but nothing of it is lost.
   HttpSetEncodingType(client, HTTP_ENCODING_XML);
   EXPECT_EQ(HttpCommandA(client, "POST", "/", large.data(), static_cast<DWORD>(large.size()), 0),
@@ -172,6 +179,124 @@ TEST_F(AsyncSessionTest, EventsMayCloseTheirSession) {
     EventWindow::Pump();
     EXPECT_FALSE(window_.IsSubclassed());
   }
+}
+
+// One HttpRead per event is enough, wherever the bytes are, and no read waits: neither for the
+// header nor inside the event that tells of it.
+TEST_F(AsyncSessionTest, EachReadThatLeavesSomethingIsFollowedByAnEvent) {
+  const std::string body = Pattern(100000);
+  std::atomic<int> allowed{0};
+  const RawServer server([&](Connection& connection) {
+    connection.ReadRequest();
+    WaitUntil([&] { return allowed > 0; });
+    connection.Send(Head("200 OK", {"Content-Length: 100000"}));
+    WaitUntil([&] { return allowed > 1; });
+    connection.Send(body);
+    connection.WaitForClose();
+  });
+  const HCLIENT client = ConnectAsyncAndWait(server.port());
+  EXPECT_EQ(HttpCommandA(client, "GET", "/", nullptr, 0, 0), 0);
+  std::string received;
+  EXPECT_EQ(ReadAvailable(client, received), DWORD{QV_ERROR_OPERATION_WOULD_BLOCK});
+  DWORD error_inside = 0;
+  window_.on_event = [&](const ReceivedEvent& event) {
+    if (event.event == HTTP_EVENT_COMMAND) {
+      error_inside = ReadAvailable(client, received);
+      allowed = 2;
+    }
+    BYTE piece[5000];
+    if (event.event != HTTP_EVENT_READ) return;
+    const INT count = HttpRead(client, piece, sizeof piece);
+    if (count > 0) received.append(reinterpret_cast<char*>(piece), static_cast<std::size_t>(count));
+  };
+  allowed = 1;
+  EXPECT_TRUE(EventWindow::PumpUntil([&] { return received.size() >= body.size(); }));
+  EXPECT_EQ(received, body);
+  EXPECT_EQ(error_inside, DWORD{QV_ERROR_OPERATION_WOULD_BLOCK});
+}
+
+TEST_F(AsyncSessionTest, BytesReceivedBeforeTheWindowCameAreAnnounced) {
+  const RawServer server(OneConnection({Response("200 OK", {}, "body")}));
+  const HCLIENT client = Connect(server.port());
+  EXPECT_EQ(HttpCommandA(client, "GET", "/", nullptr, 0, 0), 200);
+  EXPECT_EQ(HttpEnableEvents(client, window_.handle(), kEventMessage), 0);
+  ASSERT_TRUE(window_.PumpUntilEvent(HTTP_EVENT_READ));
+  std::string body;
+  EXPECT_EQ(ReadAvailable(client, body), 0u);
+  EXPECT_EQ(body, "body");
+}
+
+// The connect ended while nothing could be delivered: its outcome is not forgotten, and it is not
+// taken for that of another connection.
+TEST_F(AsyncSessionTest, ConnectsThatEndWhileFrozen) {
+  const RefusingPort refusing;
+  const HCLIENT refused = ConnectAsync(refusing.port());
+  EXPECT_EQ(HttpFreezeEvents(refused, TRUE), 0);
+  const RawServer server(RawServer::Script{{}, {{.reply = Response("200 OK", {}, "1")}}});
+  const HCLIENT client = ConnectAsync(server.port());
+  EXPECT_EQ(HttpFreezeEvents(client, TRUE), 0);
+  EXPECT_TRUE(server.WaitForConnections(1));
+  for (int i = 0; i < 20; ++i) {
+    EventWindow::Pump();
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  EXPECT_TRUE(window_.events().empty());
+  EXPECT_EQ(HttpFreezeEvents(refused, FALSE), 0);
+  ASSERT_TRUE(window_.PumpUntilEvent(HTTP_EVENT_CONNECT));
+  EXPECT_EQ(window_.events().front().error, 10061u);
+  EXPECT_FALSE(Exists(refused));
+
+  window_.Clear();
+  EXPECT_EQ(Get(client, "/").body, "1");  // over a connection of its own
+  EXPECT_EQ(HttpFreezeEvents(client, FALSE), 0);
+  EventWindow::Pump();
+  EXPECT_FALSE(window_.Has(HTTP_EVENT_CONNECT));
+  EXPECT_EQ(HttpGetStatus(client), HTTP_STATUS_IDLE);
+}
+
+// The result of a PUT is that of its response, which is announced: at once, or once the body that
+// was promised is written.
+TEST_F(AsyncSessionTest, PutsAreAnsweredLikeOtherRequests) {
+  const RawServer server(
+      OneConnection({Response("409 Conflict", {}, ""), Response("201 Created", {}, "")}));
+  const HCLIENT client = ConnectAsyncAndWait(server.port());
+  UINT error = 0;
+  window_.on_event = [&](const ReceivedEvent& event) {
+    if (event.event == HTTP_EVENT_COMMAND) error = event.error;
+  };
+  EXPECT_EQ(HttpCommandA(client, "PUT", "/empty", nullptr, 0, 0), 0);
+  ASSERT_TRUE(window_.PumpUntilEvent(HTTP_EVENT_COMMAND));
+  EXPECT_EQ(error, UINT{QV_ERROR_RESOURCE_CONFLICT & 0xFFFF});
+  EXPECT_EQ(HttpGetResultCode(client), 409);
+  EXPECT_EQ(HttpCloseFile(client), 0);
+
+  window_.Clear();
+  EXPECT_EQ(HttpCreateFileA(client, "/file.txt", 4, 0), 0);
+  EXPECT_EQ(HttpGetResultCode(client), 0);
+  EXPECT_EQ(HttpWrite(client, reinterpret_cast<const BYTE*>("data"), 4), 4);
+  ASSERT_TRUE(window_.PumpUntilEvent(HTTP_EVENT_COMMAND));
+  EXPECT_EQ(HttpGetResultCode(client), 201);
+  EXPECT_EQ(HttpCloseFile(client), 0);
+  EXPECT_EQ(BodyOf(server.requests().back()), "data");
+}
+
+void CALLBACK Throw(HCLIENT, UINT, DWORD, DWORD_PTR) { throw std::runtime_error("by a callback"); }
+
+TEST_F(AsyncSessionTest, ExceptionsOfCallbacksLeaveTheSessionUsable) {
+  const RawServer server(RawServer::Script{{{.reply = Response("200 OK", {}, "1")}},
+                                           {{.reply = Response("200 OK", {}, "2")}}});
+  const HCLIENT client = ConnectAsyncAndWait(server.port());
+  HttpRegisterEvent(client, HTTP_EVENT_COMMAND, Throw, 0);
+  EXPECT_EQ(Get(client, "/").result, HTTP_ERROR);
+  EXPECT_EQ(LastError(), DWORD{QV_ERROR_INTERNAL_FAILURE});
+  HttpCloseFile(client);
+  EXPECT_EQ(HttpCommandA(client, "GET", "/", nullptr, 0, 0), 0);
+  ASSERT_TRUE(window_.PumpUntilEvent(HTTP_EVENT_READ));
+  std::string body;
+  EXPECT_EQ(ReadAvailable(client, body), 0u);
+  EXPECT_EQ(body, "2");
+  EXPECT_TRUE(window_.others().empty());
+  EXPECT_EQ(HttpDisableEvents(client), 0) << "no event is being delivered";
 }
 
 }  // namespace

@@ -1,7 +1,11 @@
 // Forms as such: handles, properties, fields.
 #include <gtest/gtest.h>
+#include <sys/fsuid.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +16,12 @@
 namespace {
 
 using test::kWholeText;
+
+static_assert(sizeof(HTTPFORMPROPERTIESA) == 24 && sizeof(HTTPFORMPROPERTIESW) == 24);
+static_assert(offsetof(HTTPFORMPROPERTIESA, lpszFormAction) == 8);
+static_assert(offsetof(HTTPFORMPROPERTIESA, dwReserved1) == 16);
+
+constexpr uid_t kNobody = 65534;
 
 class FormsTest : public test::FormTest {
  protected:
@@ -39,7 +49,7 @@ TEST_F(FormsTest, CreationChecksItsArguments) {
   const Case cases[] = {
       {nullptr, 0, 0, 0, 0},
       {longest.c_str(), HTTP_METHOD_POST, HTTP_FORM_MULTIPART, 0, 0},
-      {too_long.c_str(), 0, 0, 0, QV_ERROR_INVALID_FORM_ACTION},
+      {too_long.c_str(), 3, 3, 1, QV_ERROR_INVALID_FORM_ACTION},
       {"/a\r\nX: y", HTTP_METHOD_POST, 0, 0, QV_ERROR_INVALID_FORM_ACTION},
       {"/", 3, 0, 0, QV_ERROR_INVALID_FORM_METHOD},
       {"/", ~0u, 0, 0, QV_ERROR_INVALID_FORM_METHOD},
@@ -237,6 +247,28 @@ TEST_F(FormsTest, FilesGoIntoMultipartFormsOnly) {
   EXPECT_EQ(HttpAddFormFileA(multipart, "f", nullptr, 0), HTTP_ERROR);
   EXPECT_EQ(LastError(), QV_ERROR_INVALID_FILE_NAME);
   EXPECT_EQ(HttpAddFormFileA(multipart, "f", file.c_str(), 0), 0);
+}
+
+// Whoever runs the tests: root gives its rights up for a moment, in this thread alone.
+TEST_F(FormsTest, AFileThatCannotBeReadChangesNothing) {
+  const HFORM form = Create("/", HTTP_METHOD_POST, HTTP_FORM_MULTIPART);
+  Add(form, "f", "stays");
+  const std::string file = WriteFile("locked", "content");
+  const std::string plain = WriteFile("plain", "content");
+  ASSERT_EQ(chmod(file.c_str(), 0), 0);
+  setfsuid(kNobody);
+  EXPECT_EQ(HttpAddFormFileA(form, "f", file.c_str(), 0), HTTP_ERROR);
+  EXPECT_EQ(LastError(), QV_ERROR_ACCESS_DENIED);
+  setfsuid(geteuid());
+
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit none{0, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  EXPECT_EQ(HttpAddFormFileA(form, "f", plain.c_str(), 0), HTTP_ERROR);
+  EXPECT_EQ(LastError(), QV_ERROR_NO_HANDLES);
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+  EXPECT_EQ(HttpDeleteFormFieldA(form, "f"), 0);
 }
 
 TEST_F(FormsTest, AFileLongerThan32BitsIsRefused) {

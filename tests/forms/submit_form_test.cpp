@@ -44,6 +44,10 @@ TEST_F(SubmitFormTest, AServerSeesEncodedFields) {
     Add(form, "name with space", "");
     Add(form, "bytes", every_byte);
     Add(form, "escaped", "a%26b%3Dc%2Bd%2541");
+    Add(form,
+        "gr\xC3\xB6\xC3\x9F"
+        "e",
+        std::string("\0\r\n\0", 4));
     // Three times as long when it is encoded; too long for a request line.
     const std::string large(method == HTTP_METHOD_POST ? 200000 : 2000, '\xE9');
     Add(form, "large", large);
@@ -56,6 +60,9 @@ TEST_F(SubmitFormTest, AServerSeesEncodedFields) {
                                              {"name with space", ""},
                                              {"bytes", every_byte},
                                              {"escaped", "a&b=c+d%41"},
+                                             {"gr\xC3\xB6\xC3\x9F"
+                                              "e",
+                                              std::string("\0\r\n\0", 4)},
                                              {"large", large}};
     EXPECT_TRUE(seen.fields == expected) << method;
   }
@@ -69,13 +76,20 @@ TEST_F(SubmitFormTest, AServerSeesPartsOfAMultipartForm) {
   Add(form, "text", "a&b=c+d%41 \xC3\xBC");
   Add(form, "empty", "");
   Add(form, "say \"hi\"", "quoted");
+  Add(form,
+      "gr\xC3\xB6\xC3\x9F"
+      "e",
+      std::string("\0\r\n--\0\xFF", 7));
   ASSERT_EQ(HttpAddFormFileA(form, "file", WriteFile("a b.bin", bytes).c_str(), 0), 0);
-  ASSERT_EQ(HttpAddFormFileA(form, nullptr, WriteFile("none", "").c_str(), 0), 0);
+  ASSERT_EQ(HttpAddFormFileA(form, nullptr, WriteFile("\xC3\xB6.txt", "").c_str(), 0), 0);
   const std::vector<SeenField> expected = {{"text", "a&b=c+d%41 \xC3\xBC"},
                                            {"empty", ""},
                                            {"say %22hi%22", "quoted"},
+                                           {"gr\xC3\xB6\xC3\x9F"
+                                            "e",
+                                            std::string("\0\r\n--\0\xFF", 7)},
                                            {"file", bytes, "a b.bin"},
-                                           {"Field5", "", "none"}};
+                                           {"Field6", "", "\xC3\xB6.txt"}};
   for (int i = 0; i < 2; ++i) {  // a submission does not use the form up
     const SeenForm seen = See(client, form);
     EXPECT_EQ(seen.method, "POST");
@@ -125,8 +139,14 @@ TEST_F(SubmitFormTest, TheMultipartTypeIsForOneRequest) {
   EXPECT_EQ(LastError(), QV_ERROR_REQUEST_NOT_COMPLETED);
   HttpCloseFile(client);
   EXPECT_EQ(Submit(client, encoded).result, 200);
+  // One that the application has set is there again.
+  HttpSetRequestHeaderA(client, "Content-Type", "text/mine");
+  EXPECT_EQ(Submit(client, multipart).result, 200);
+  EXPECT_EQ(Submit(client, encoded).result, 200);
   const std::vector<std::string> requests = server.requests();
-  ASSERT_EQ(requests.size(), 4u);
+  ASSERT_EQ(requests.size(), 6u);
+  EXPECT_TRUE(test::HeaderOf(requests[4], "Content-Type").value_or("").starts_with("multipart/"));
+  EXPECT_EQ(test::HeaderOf(requests[5], "Content-Type"), "text/mine");
   for (const std::size_t i : {1u, 3u}) {
     EXPECT_EQ(test::HeaderOf(requests[i], "Content-Type"), "application/x-www-form-urlencoded");
     EXPECT_EQ(test::BodyOf(requests[i]), "a=1");
@@ -188,7 +208,9 @@ TEST_F(SubmitFormTest, RefusesWhatCannotBeSent) {
 
 TEST_F(SubmitFormTest, ErrorsOfTheExchangeComeThrough) {
   RawServer server(RawServer::Script{{{test::Response("404 No", {}, "gone")}},
-                                     {{test::Response("404 No", {}, "gone")}}});
+                                     {{test::Response("404 No", {}, "gone")}},
+                                     {{"", RawServer::How::kReset}},
+                                     {{test::Response("200 OK", {}, "longer")}}});
   const HFORM form = Create("/", HTTP_METHOD_POST, HTTP_FORM_MULTIPART);
   Add(form, "a", "1");
   EXPECT_EQ(Submit(Connect(server.port()), form).result, HTTP_ERROR);
@@ -196,6 +218,14 @@ TEST_F(SubmitFormTest, ErrorsOfTheExchangeComeThrough) {
   const test::Fetched fetched = Submit(Connect(server.port()), form, HTTP_POST_ERRORDATA);
   EXPECT_EQ(fetched.result, 404);
   EXPECT_EQ(fetched.body, "gone");
+  EXPECT_EQ(Submit(Connect(server.port()), form).result, HTTP_ERROR);
+  EXPECT_EQ(LastError(), QV_ERROR_CONNECTION_RESET);
+  // A buffer takes what fits, as with the data functions.
+  char buffer[4] = "xxx";
+  DWORD length = 2;
+  EXPECT_EQ(HttpSubmitFormW(Connect(server.port()), form, buffer, &length, 0), 200);
+  EXPECT_EQ(length, 2u);
+  EXPECT_STREQ(buffer, "lox");
 }
 
 TEST_F(SubmitFormTest, ACopyOfWhatWasAddedIsSent) {

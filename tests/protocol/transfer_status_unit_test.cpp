@@ -107,6 +107,15 @@ TEST(TransferStatusTest, CountsThatDoNotFit32BitsAreMarked) {
   EXPECT_EQ(narrow.dwBytesCopied, 7u);
 }
 
+TEST(TransferStatusTest, AnnouncedLengthsDoNotWrap) {
+  TransferCounters counters;
+  counters.content_length = ~uint64_t{0};
+  counters.offset = 5;
+  const HTTPTRANSFERSTATUSEX status = TransferStatusOf(counters, 0, true);
+  EXPECT_EQ(status.dwBytesTotal, ~uint64_t{0});
+  EXPECT_EQ(NarrowTransferStatus(status).dwBytesTotal, 0xFFFFFFFFu);
+}
+
 TEST(TransferStatusTest, TheRecordsHaveTheirPublishedLayout) {
   static_assert(sizeof(HTTPTRANSFERSTATUS) == 20);
   static_assert(sizeof(HTTPTRANSFERSTATUSEX) == 32);

@@ -38,14 +38,13 @@ class QueueObserver {
 
  private:
   void OnEvent(HCLIENT handle, UINT event, DWORD error) {
-    {
-      const std::lock_guard guard(lock_);
-      events_.push_back(event);
-    }
     if (event == HTTP_EVENT_QUEUE) {
       EXPECT_EQ(error, 0u);
     }
     if (reaction_) reaction_(handle, event);
+    // The last thing: who waits for the event may end the observer.
+    const std::lock_guard guard(lock_);
+    events_.push_back(event);
   }
 
   const Reaction reaction_;

@@ -15,6 +15,7 @@ namespace {
 
 constexpr DWORD kCanceledState = HTTP_QUEUE_FILE_FAILED + HTTP_QUEUE_FILE_CANCELED;
 constexpr DWORD kLongWaitMs = 60000;
+constexpr UINT kLongTimeout = 60;  // seconds
 
 class QueueRunTest : public test::QueueTest {
  protected:
@@ -170,15 +171,19 @@ TEST_F(QueueRunTest, CancelEndsTheFileInProgressOnly) {
 
 TEST_F(QueueRunTest, AFileThatIsConnectingCanBeCancelled) {
   const test::SilentPort silent;
-  const HQUEUE queue = Create(0, 3);
+  const HQUEUE queue = Create(0, kLongTimeout);
   Add(queue, "1", "http://127.0.0.1:" + std::to_string(silent.port()) + "/x");
   ASSERT_TRUE(Start(queue));
   ASSERT_TRUE(WaitForCurrentFile(queue, 1));
+  EXPECT_EQ(HttpGetQueueClient(queue), INVALID_CLIENT);
+  EXPECT_EQ(LastError(), QV_ERROR_NO_QUEUED_TRANSFER);
   EXPECT_TRUE(HttpCancelQueuedFile(queue, 0));
   EXPECT_EQ(FileOf(queue, 1).dwFileState, kCanceledState);
   EXPECT_QUEUE_ERROR(QV_ERROR_INVALID_QUEUE_FILE, HttpCancelQueuedFile(queue, 0));
   EXPECT_TRUE(HttpWaitForQueue(queue, kLongWaitMs, nullptr, nullptr));
   EXPECT_EQ(FileOf(queue, 1).dwFileState, kCanceledState);
+  EXPECT_EQ(FileOf(queue, 1).dwError, QV_ERROR_OPERATION_CANCELED);
+  EXPECT_LT(FileOf(queue, 1).dwTimeElapsed, kLongTimeout * 1000);  // it did not wait for its time
   EXPECT_EQ(StatusOf(queue).dwFailedFiles, 1u);
   EXPECT_EQ(StatusOf(queue).dwWaitingFiles, 0u);
 }
@@ -242,6 +247,13 @@ TEST_F(QueueRunTest, ACallbackFindsItsQueueAndItsSession) {
     EXPECT_QUEUE_ERROR(QV_ERROR_QUEUE_RUNNING, HttpStartQueue(queue, 0, 0, nullptr, 0));
     EXPECT_QUEUE_ERROR(QV_ERROR_QUEUE_RUNNING,
                        HttpAddQueuedFileA(queue, 1, "x", "http://h.example/", 0, 0));
+    EXPECT_QUEUE_ERROR(QV_ERROR_QUEUE_RUNNING, HttpRemoveQueuedFile(queue, 1));
+    EXPECT_QUEUE_ERROR(QV_ERROR_QUEUE_RUNNING, HttpClearQueue(queue));
+    EXPECT_TRUE(HttpSuspendQueue(queue));
+    EXPECT_QUEUE_ERROR(QV_ERROR_QUEUE_LOCKED, HttpRemoveQueuedFile(queue, 1));
+    EXPECT_QUEUE_ERROR(QV_ERROR_QUEUE_RUNNING, HttpResetQueue(queue, 0));
+    EXPECT_EQ(HttpFindQueuedFileA(queue, "x", 0, 0), 1u);
+    EXPECT_TRUE(HttpResumeQueue(queue));
   };
   test::QueueObserver observer(look);
   ASSERT_TRUE(Start(queue, &observer));

@@ -62,6 +62,10 @@ SslSettings MakeServerSettings(const TlsServerOptions& options) {
   for (const TlsIdentity& each : options.issuers) {
     Require(SSL_CTX_add1_chain_cert(raw, each.certificate.get()) == 1, "chain");
   }
+  if (!options.resumable) {
+    SSL_CTX_set_options(raw, SSL_OP_NO_TICKET);
+    SSL_CTX_set_session_cache_mode(raw, SSL_SESS_CACHE_OFF);
+  }
   AskForCertificate(raw, options);
   static constexpr unsigned char kSessionContext[] = "test";
   SSL_CTX_set_session_id_context(raw, kSessionContext, sizeof(kSessionContext));

@@ -27,7 +27,8 @@ struct TlsServerOptions {
   std::vector<TlsIdentity> issuers;  // their certificates are sent along
   int lowest_version = TLS1_2_VERSION;
   int highest_version = TLS1_3_VERSION;
-  std::string ciphers;  // of TLS 1.2; OpenSSL's default when empty
+  std::string ciphers;    // of TLS 1.2; OpenSSL's default when empty
+  bool resumable = true;  // whether it gives sessions out
   enum class ClientCertificate { kIgnored, kOptional, kRequired };
   ClientCertificate client_certificate = ClientCertificate::kIgnored;
   std::vector<TlsIdentity> client_authorities;  // whose certificates are accepted

@@ -29,11 +29,18 @@ class TaskOperationsTest : public TaskTest {
     bool gives_result;
   };
 
+  void SetUp() override {
+    TaskTest::SetUp();
+    form_ = HttpCreateFormA("/r", HTTP_METHOD_POST, 0, 0);
+    ASSERT_EQ(HttpAddFormFieldA(form_, "a", "b c", 3, 0), 0);
+  }
+
   std::vector<Operation> Operations() const;
 
   TempDir folder_;
   const std::string local_ = folder_.Write("up", "file");
   const std::string target_ = folder_.file("down");
+  HFORM form_ = INVALID_FORM;
 };
 
 #define TASK_TAIL EventLog::Record, a.log->parameter()
@@ -43,6 +50,7 @@ std::vector<TaskOperationsTest::Operation> TaskOperationsTest::Operations() cons
   const char* target = target_.c_str();
   const std::u16string wide_local(local_.begin(), local_.end());
   const std::u16string wide_target(target_.begin(), target_.end());
+  const HFORM form = form_;
   using A = const Arguments&;
   return {
       {"GetFileA", [=](A a) { return HttpAsyncGetFileA(a.client, target, "/r", 0, 0, TASK_TAIL); },
@@ -109,6 +117,12 @@ std::vector<TaskOperationsTest::Operation> TaskOperationsTest::Operations() cons
          return HttpAsyncPostXmlW(a.client, u"/r", u"<x/>", a.result, a.length, 0, TASK_TAIL);
        },
        "POST /r|<x/>", false, true},
+      {"SubmitFormA",
+       [=](A a) { return HttpAsyncSubmitFormA(a.client, form, a.result, a.length, 0, TASK_TAIL); },
+       "POST /r|a=b%20c", false, true},
+      {"SubmitFormW without a result",
+       [=](A a) { return HttpAsyncSubmitFormW(a.client, form, nullptr, nullptr, 0, TASK_TAIL); },
+       "POST /r|a=b%20c", false, false},
   };
 }
 
@@ -194,6 +208,19 @@ TEST_F(TaskOperationsTest, ParameterZeroStandsForTheTaskId) {
             [](HCLIENT, UINT, DWORD, DWORD_PTR parameter) { seen_parameter = parameter; });
   EXPECT_EQ(Finish(task), 0u);
   EXPECT_EQ(seen_parameter, task);
+}
+
+// The form is the one of its handle at the time when the task has connected.
+TEST_F(TaskOperationsTest, AFormCanBeDestroyedBeforeItIsSent) {
+  const RawServer server([](Connection& connection) { connection.WaitForClose(); });
+  const HCLIENT session = Connect(server.port());
+  const HTTPEVENTPROC destroy = [](HCLIENT, UINT event, DWORD, DWORD_PTR form) {
+    if (event == HTTP_EVENT_CONNECT) HttpDestroyForm(static_cast<HFORM>(form));
+  };
+  char result[kResultSize];
+  DWORD length = kResultSize;
+  const DWORD task = HttpAsyncSubmitFormA(session, form_, result, &length, 0, destroy, form_);
+  EXPECT_EQ(Finish(task), DWORD{QV_ERROR_INVALID_FORM_HANDLE});
 }
 
 // What fails on the worker: the callbacks that come, and the task's error.

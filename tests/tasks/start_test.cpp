@@ -54,6 +54,11 @@ TEST_F(TaskStartTest, ArgumentsAreCheckedAtOnce) {
       {"no document",
        [&] { return HttpAsyncPostXmlW(session, u"/", nullptr, nullptr, nullptr, 0, nullptr, 0); },
        QV_ERROR_INVALID_PARAMETER},
+      {"a form without a session",
+       [&] { return HttpAsyncSubmitFormA(INVALID_CLIENT, 1, nullptr, nullptr, 0, nullptr, 0); },
+       QV_ERROR_INVALID_HANDLE},
+      {"no form", [&] { return HttpAsyncSubmitFormW(session, 1, nullptr, nullptr, 0, nullptr, 0); },
+       QV_ERROR_INVALID_FORM_HANDLE},
   };
   for (const Refusal& refusal : refusals) {
     SCOPED_TRACE(refusal.name);

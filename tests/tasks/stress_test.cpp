@@ -11,7 +11,6 @@ namespace {
 
 constexpr int kThreads = 5;
 constexpr int kSteps = 200;
-constexpr int kInSequence = 500;
 
 // Sanitizers keep what is freed for a while.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -19,6 +18,7 @@ constexpr bool kMemoryIsFreed = false;
 #else
 constexpr bool kMemoryIsFreed = true;
 #endif
+constexpr int kInSequence = kMemoryIsFreed ? 10000 : 1000;
 
 class TaskStressTest : public TaskTest {
  protected:
@@ -180,9 +180,11 @@ TEST_F(TaskStressTest, TasksInSequenceLeaveNothingBehind) {
   };
   run(150);  // fills the table and what is kept for good
   const std::ptrdiff_t descriptors = OpenDescriptors();
+  const std::ptrdiff_t threads = Threads();
   const long pages = ResidentPages();
   run(kInSequence);
   EXPECT_TRUE(WaitUntil([=] { return OpenDescriptors() <= descriptors; }));
+  EXPECT_TRUE(WaitUntil([=] { return Threads() <= threads; }));
   constexpr long kSparePages = 256;  // 1 MiB
   if (kMemoryIsFreed) {
     EXPECT_LT(ResidentPages() - pages, kSparePages);

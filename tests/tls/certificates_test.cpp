@@ -5,7 +5,6 @@
 #include <filesystem>
 
 #include "platform/kernel32.h"
-#include "support/wait_until.h"
 #include "tls/tls_fixture.h"
 
 namespace test {
@@ -61,11 +60,10 @@ TEST_F(CertificatesTest, ServerCertificatesAreJudged) {
 }
 
 TEST_F(CertificatesTest, AnotherServerNameCanBeGiven) {
-  std::string asked_for;
   const TlsServer server(Signed({.alternative_names = "DNS:*.example.test"}),
-                         [&](TlsConnection& connection) {
-                           asked_for = connection.server_name();
-                           connection.WaitForCloseNotify();
+                         [](TlsConnection& connection) {
+                           connection.ReadRequest();
+                           connection.Send(Response("200 OK", {}, connection.server_name()));
                          });
   SECURITYCREDENTIALSA credentials{};
   credentials.dwSize = sizeof(credentials);
@@ -73,8 +71,8 @@ TEST_F(CertificatesTest, AnotherServerNameCanBeGiven) {
   const HCLIENT client = ConnectSecurely(server.port(), 0, &credentials);
   EXPECT_EQ(LastError(), 0u);
   EXPECT_EQ(Info(client).dwCertStatus, DWORD{SECURITY_CERT_VALID});
+  EXPECT_EQ(Get(client, "/").body, "www.example.test");
   HttpDisconnect(client);
-  EXPECT_TRUE(WaitUntil([&] { return asked_for == "www.example.test"; }));
 }
 
 TEST_F(CertificatesTest, InformationIsComplete) {
@@ -159,6 +157,13 @@ TEST_F(ClientCertificatesTest, ComeFromFilesAndStores) {
   const std::string file =
       WriteFile("alice.p12", MakePkcs12(alice_, {.password = "pw", .friendly_name = "My Alice"}));
   const std::string open = WriteFile("open.p12", MakePkcs12(alice_, {.password = ""}));
+  const TlsIdentity stranger = MakeAuthority("Stranger");
+  const std::string foreign =
+      WriteFile("foreign.p12", MakePkcs12(MakeIdentity({.common_name = "Mallory"}, &stranger)));
+  const std::string expired = WriteFile(
+      "expired.p12",
+      MakePkcs12(MakeIdentity({.common_name = "Alice", .valid_from_days = -9, .valid_to_days = -2},
+                              &authority_)));
   const std::string text = WriteFile("text", "no certificate");
   const std::string missing = file + ".missing";
   std::filesystem::create_directories(directory_.path() / "user/my");
@@ -187,6 +192,8 @@ TEST_F(ClientCertificatesTest, ComeFromFilesAndStores) {
       {nullptr, "Alice", nullptr, CREDENTIAL_STORE_FILE, "file name"},
       {"HKLM:", "Alice", nullptr, 0, "credentials"},
       {file.c_str(), nullptr, "pw", 0, "refused"},  // no certificate is named, so none is sent
+      {foreign.c_str(), "Mallory", nullptr, 0, "refused"},
+      {expired.c_str(), "Alice", nullptr, 0, "refused"},
   };
   for (const auto& test_case : cases) {
     LPSECURITYCREDENTIALSA credentials = nullptr;
@@ -219,6 +226,12 @@ TEST_F(ClientCertificatesTest, RecordsAreCopiesInOneBlock) {
   wide->dwSize = 63;
   EXPECT_EQ(HttpConnectW(u"127.0.0.1", 1, 1, HTTP_OPTION_SECURE, 0, wide), INVALID_CLIENT);
   EXPECT_EQ(LastError(), DWORD{QV_ERROR_INVALID_PARAMETER});
+  // Texts of the record itself make up its successor.
+  ASSERT_TRUE(HttpCreateSecurityCredentialsW(0, 1, wide->lpszPassword, wide->lpszUserName, nullptr,
+                                             wide->lpszCertStore, nullptr, &wide));
+  EXPECT_EQ(std::u16string(wide->lpszUserName), u"pass");
+  EXPECT_EQ(std::u16string(wide->lpszPassword), u"üser");
+  EXPECT_EQ(std::u16string(wide->lpszCertName), u"store");
   HttpDeleteSecurityCredentialsW(&wide);
   EXPECT_EQ(wide, nullptr);
   HttpDeleteSecurityCredentialsW(&wide);

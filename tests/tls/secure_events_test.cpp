@@ -23,6 +23,7 @@ class SecureEventsTest : public TlsTest {
   EventWindow window_;
 };
 
+// One read for each event, although a record holds more than that.
 TEST_F(SecureEventsTest, FetchesThroughMessages) {
   const std::string body = Pattern(200000);
   const TlsServer server(Signed(), [&](TlsConnection& connection) {
@@ -39,12 +40,11 @@ TEST_F(SecureEventsTest, FetchesThroughMessages) {
     }
     if (event.event != HTTP_EVENT_READ || whole) return;
     BYTE buffer[5000];
-    INT count = 0;
-    while ((count = HttpRead(event.client, buffer, sizeof buffer)) > 0) {
-      received.append(reinterpret_cast<const char*>(buffer), static_cast<std::size_t>(count));
-    }
-    EXPECT_TRUE(count == 0 || LastError() == QV_ERROR_OPERATION_WOULD_BLOCK);
-    whole = count == 0;
+    const INT count = HttpRead(event.client, buffer, sizeof buffer);
+    EXPECT_TRUE(count > 0 || LastError() == QV_ERROR_OPERATION_WOULD_BLOCK);
+    if (count > 0)
+      received.append(reinterpret_cast<char*>(buffer), static_cast<std::size_t>(count));
+    whole = received.size() == body.size();
   };
   const HCLIENT client = ConnectAsync(server.port());
   ASSERT_NE(client, INVALID_CLIENT);

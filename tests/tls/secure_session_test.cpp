@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstddef>
+#include <filesystem>
 #include <thread>
 #include <vector>
 
@@ -67,28 +69,38 @@ TEST_F(SecureSessionTest, ConnectionsAreKeptAndEndWithACloseNotify) {
   EXPECT_TRUE(WaitUntil([&] { return ended_properly.load(); }));
 }
 
+// A resumed session tells the same as the first, but trusts nobody for having trusted before.
 TEST_F(SecureSessionTest, SessionsAreResumed) {
-  std::atomic<int> resumed = 0;
-  const TlsServer server(Signed(), [&](TlsConnection& connection) {
-    if (connection.resumed()) ++resumed;
-    connection.ReadRequest();
-    connection.Send(Response("200 OK", {}, "x"));
-    connection.WaitForCloseNotify();
-  });
-  SECURITYINFOA infos[2];
-  for (SECURITYINFOA& info : infos) {
-    const HCLIENT client = ConnectSecurely(server.port());
-    EXPECT_EQ(LastError(), 0u);
-    EXPECT_EQ(Get(client, "/").body, "x");
-    ASSERT_TRUE(HttpIsConnected(client));
-    info = Info(client);
-    EXPECT_NE(info.lpszCertSubject, nullptr);
-    HttpDisconnect(client);
+  const TlsIdentity stranger = MakeAuthority("Stranger");
+  for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
+    std::atomic<int> resumed = 0;
+    TlsServerOptions options = Signed();
+    options.lowest_version = options.highest_version = version;
+    const TlsServer server(options, [&](TlsConnection& connection) {
+      if (connection.resumed()) ++resumed;
+      connection.ReadRequest();
+      connection.Send(Response("200 OK", {}, "x"));
+      connection.WaitForCloseNotify();
+    });
+    const auto report = [&](DWORD expected_error) {
+      const HCLIENT client = ConnectSecurely(server.port());
+      EXPECT_EQ(LastError(), expected_error);
+      EXPECT_EQ(Get(client, "/").body, "x");
+      const SECURITYINFOA info = Info(client);
+      std::string text(info.lpszCertIssuer);
+      text.append(info.lpszCertSubject);
+      text.append(reinterpret_cast<const char*>(&info), offsetof(SECURITYINFOA, lpszCertIssuer));
+      HttpDisconnect(client);
+      return std::pair(text, info.dwCertStatus);
+    };
+    const auto first = report(0);
+    EXPECT_EQ(resumed, 0);
+    EXPECT_EQ(report(0), first);
+    EXPECT_EQ(resumed, 1);
+    Trust(stranger.CertificatePem());
+    EXPECT_EQ(report(QV_ERROR_SECURITY_CERTIFICATE).second, DWORD{SECURITY_CERT_UNTRUSTED});
+    Trust(authority_.CertificatePem());
   }
-  EXPECT_EQ(resumed, 1);
-  EXPECT_EQ(infos[0].dwCipher, infos[1].dwCipher);
-  EXPECT_EQ(infos[0].dwCertStatus, infos[1].dwCertStatus);
-  EXPECT_EQ(infos[0].stCertExpires.wYear, infos[1].stCertExpires.wYear);
 }
 
 TEST_F(SecureSessionTest, RecordsOfEverySizeArrive) {
@@ -118,7 +130,8 @@ TEST_F(SecureSessionTest, UploadsArriveWhole) {
   EXPECT_TRUE(BodyOf(received) == content);
 }
 
-// A body that lasts until the end of the connection: with and without the end of the session.
+// A body that lasts until the end of the connection: the trace tells a proper end of the session
+// from a cut.
 TEST_F(SecureSessionTest, EndsOfTheConnectionEndTheBody) {
   for (const bool close_notify : {true, false}) {
     const TlsServer server(Signed(), [&](TlsConnection& connection) {
@@ -126,9 +139,16 @@ TEST_F(SecureSessionTest, EndsOfTheConnectionEndTheBody) {
       connection.Send(Head("200 OK") + "until the end");
       if (close_notify) connection.SendCloseNotify();
     });
+    const std::string log = (directory_.path() / "log").string();
+    ASSERT_TRUE(HttpEnableTraceA(log.c_str(), TRACE_INFO));
     const HCLIENT client = ConnectSecurely(server.port());
     EXPECT_EQ(Get(client, "/").body, "until the end");
     HttpDisconnect(client);
+    EXPECT_TRUE(HttpDisableTrace());
+    std::ifstream file(log, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_EQ(text.find("without ending the secure session") == std::string::npos, close_notify);
+    std::filesystem::remove(log);
   }
 }
 

@@ -6,6 +6,7 @@ Usage of the tests: NAME_test.py PATH-OF-QVHTTP [unittest arguments]
 
 import os
 import pathlib
+import pty
 import socket
 import subprocess
 import sys
@@ -157,6 +158,36 @@ class Server:
         whole = request.raw.find(b"\r\n\r\n") + 4 + int(request.fields.get("content-length", "0"))
         while len(request.raw) < whole and receive():
             pass
+
+
+class Terminal:
+    """A terminal as standard error of the client, and what was shown on it."""
+
+    def __init__(self):
+        self._reader, self.writer = pty.openpty()
+        self._shown = b""
+        self._thread = threading.Thread(target=self._read)
+
+    def __enter__(self):
+        self._thread.start()
+        return self
+
+    def __exit__(self, *unused):
+        os.close(self.writer)
+        self._thread.join()
+        os.close(self._reader)
+
+    def _read(self):
+        while True:
+            try:
+                data = os.read(self._reader, 65536)
+            except OSError:  # the last writer is gone
+                return
+            self._shown += data
+
+    @property
+    def shown(self):
+        return self._shown.decode()
 
 
 class ToolTest(unittest.TestCase):

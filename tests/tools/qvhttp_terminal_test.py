@@ -6,13 +6,13 @@ Usage: qvhttp_terminal_test.py PATH-OF-QVHTTP [unittest arguments]
 import gzip
 import os
 import pathlib
-import pty
 import signal
 import socket
 import threading
 
 import qvhttp_support
-from qvhttp_support import RUN_LIMIT_SECONDS, Server, ToolTest, response, wait_until
+from qvhttp_support import (
+    RUN_LIMIT_SECONDS, Server, Terminal, ToolTest, response, wait_until)
 
 TAG = 'ETag: "v1"'
 PATIENT = ("--timeout", str(10 * RUN_LIMIT_SECONDS))  # it is not a time-out that ends a run
@@ -31,36 +31,6 @@ def is_connecting(pid):
         except OSError:
             pass  # closed meanwhile
     return False
-
-
-class Terminal:
-    """A terminal as standard error of the client, and what was shown on it."""
-
-    def __init__(self):
-        self._reader, self.writer = pty.openpty()
-        self._shown = b""
-        self._thread = threading.Thread(target=self._read)
-
-    def __enter__(self):
-        self._thread.start()
-        return self
-
-    def __exit__(self, *unused):
-        os.close(self.writer)
-        self._thread.join()
-        os.close(self._reader)
-
-    def _read(self):
-        while True:
-            try:
-                data = os.read(self._reader, 65536)
-            except OSError:  # the last writer is gone
-                return
-            self._shown += data
-
-    @property
-    def shown(self):
-        return self._shown.decode()
 
 
 class TerminalTest(ToolTest):

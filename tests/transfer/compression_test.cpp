@@ -61,7 +61,7 @@ TEST_F(CompressionTest, BodiesAreDecodedWhenAskedFor) {
   const std::vector<Case> cases = {
       {"gzip", gzip, text},    {"GZIP", gzip, text},          {"deflate", zlib, text},
       {"deflate", gzip, text}, {"zlib", zlib, text},          {"identity", gzip, gzip},
-      {"x-gzip", gzip, gzip},  {"gzip, deflate", gzip, gzip},
+      {"X-Gzip", gzip, text},  {"gzip, deflate", gzip, gzip},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.encoding);
@@ -105,6 +105,44 @@ TEST_F(CompressionTest, LengthsOfDecodedBodies) {
     }
   }
   EXPECT_EQ(Get(Open("gzip", Compressed("", kGzipFormat)), "/", HTTP_TRANSFER_COMPRESS).body, "");
+}
+
+// Each member ends with a check sum of its own (RFC 1952 section 2.2).
+TEST_F(CompressionTest, MembersThatFollowOneAnother) {
+  const std::string first = Compressed("one ", kGzipFormat);
+  const std::string second = Compressed(Pattern(100000), kGzipFormat);
+  struct Case {
+    const char* what;
+    std::string body;
+    std::string decoded;  // empty: an error
+  };
+  const std::vector<Case> cases = {
+      {"two members", first + second, "one " + Pattern(100000)},
+      {"an empty one between", first + Compressed("", kGzipFormat) + first, "one one "},
+      {"zeros behind", first + std::string(512, '\0'), "one "},
+      {"half a magic number behind", first + '\x1f', "one "},
+      {"a member behind zlib data", Compressed("zlib", kZlibFormat) + first, "zlib"},
+      {"a header only", first + first.substr(0, 10), ""},
+      {"a damaged one", first + "\x1f\x8b" + Pattern(50), ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    const Fetched fetched = Get(Open("gzip", c.body), "/", HTTP_TRANSFER_COMPRESS);
+    EXPECT_EQ(fetched.result, c.decoded.empty() ? HTTP_ERROR : 200);
+    EXPECT_TRUE(fetched.body == c.decoded);
+  }
+}
+
+// What comes behind the body does not say what it was.
+TEST_F(CompressionTest, TrailersDoNotDescribeTheBody) {
+  const HeaderLines trailers = {"Content-Encoding: gzip", "Content-Type: text/plain", "X-Sum: 1"};
+  const RawServer server(
+      OneConnection({ChunkedResponse("200 OK", {"Content-Type: image/png"}, {"a\nb"}, trailers)}));
+  const HCLIENT session = Connect(server.port());
+  EXPECT_EQ(Get(session, "/", HTTP_TRANSFER_COMPRESS | HTTP_TRANSFER_CONVERT).body, "a\nb");
+  char value[32] = "";
+  EXPECT_FALSE(HttpGetResponseHeader(session, "Content-Encoding", value, sizeof(value)));
+  EXPECT_TRUE(HttpGetResponseHeader(session, "X-Sum", value, sizeof(value)));
 }
 
 TEST_F(CompressionTest, WhatCannotBeDecodedIsAnError) {

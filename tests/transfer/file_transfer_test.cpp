@@ -163,8 +163,9 @@ TEST_F(FileTransferTest, ARefusedUploadReportsTheAnswer) {
 }
 
 TEST_F(FileTransferTest, PostsAMultipartDocumentOfExactLength) {
-  RawServer server(test::OneConnection(
-      {test::Response("200 OK", {}, "thanks"), test::Response("200 OK", {}, "again")}));
+  RawServer server(test::OneConnection({test::Response("200 OK", {}, "thanks"),
+                                        test::Response("200 OK", {}, "again"),
+                                        test::Response("200 OK", {}, "")}));
   Write("form", "file bytes");
   const HCLIENT client = Connect(server.port(), HTTP_OPTION_KEEPALIVE);
   EXPECT_EQ(HttpPostFileA(client, Path("form").c_str(), "/form", nullptr, 0, 0), 200);
@@ -177,6 +178,17 @@ TEST_F(FileTransferTest, PostsAMultipartDocumentOfExactLength) {
   EXPECT_NE(body.find("name=\"File1\"; filename=\"" + Path("form") + "\""), std::string::npos);
   EXPECT_NE(body.find("\r\n\r\nfile bytes\r\n----"), std::string::npos);
   EXPECT_EQ(Get(client, "/next").body, "again");
+  EXPECT_EQ(Command(client, "POST", "/next", "{}"), 200);
+  EXPECT_EQ(test::HeaderOf(server.requests()[2], "Content-Type").value_or("").find("multipart"),
+            std::string::npos);
+}
+
+TEST_F(FileTransferTest, AnAcceptEncodingOfTheApplicationStays) {
+  RawServer server(test::OneConnection({test::Response("200 OK", {}, "abc")}));
+  const HCLIENT client = Connect(server.port());
+  HttpSetRequestHeaderA(client, "Accept-Encoding", "gzip, deflate");
+  EXPECT_EQ(Download(client, "file"), 200);
+  EXPECT_EQ(test::HeaderOf(server.requests()[0], "Accept-Encoding"), "gzip, deflate");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "support/loopback.h"
 #include "support/messages.h"
 #include "support/raw_server.h"
 #include "support/temp_dir.h"
@@ -126,6 +127,9 @@ TEST_F(OneCallFileTest, FailuresCloseTheSession) {
   EXPECT_FALSE(Download(Path("a"), server.url("/a")));
   EXPECT_EQ(LastError(), QV_ERROR_INVALID_SERVER_RESPONSE);
   EXPECT_TRUE(server.WaitForEnds(2));
+  const test::RefusingPort closed;
+  EXPECT_FALSE(Download(Path("a"), "http://127.0.0.1:" + std::to_string(closed.port()) + "/"));
+  EXPECT_EQ(LastError(), QV_ERROR_CONNECTION_REFUSED);
 }
 
 struct Calls {
@@ -166,6 +170,9 @@ TEST_F(OneCallFileTest, Uploads) {
   EXPECT_EQ(status.dwBytesCopied, bytes.size());
   EXPECT_FALSE(HttpUploadFileA(Path("missing").c_str(), url.c_str(), 0, 0, nullptr, nullptr, 0));
   EXPECT_EQ(LastError(), QV_ERROR_FILE_NOT_FOUND);
+  const std::string folder = directory_.path().string();
+  EXPECT_FALSE(HttpUploadFileA(folder.c_str(), url.c_str(), 0, 0, nullptr, nullptr, 0));
+  EXPECT_EQ(LastError(), QV_ERROR_INVALID_FILE_TYPE);
 }
 
 TEST_F(OneCallFileTest, VerifiesSizes) {

@@ -1,6 +1,7 @@
 // HttpSubmitRequest: one request in one call.
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -16,6 +17,14 @@ namespace {
 using test::RawServer;
 
 constexpr DWORD kWholeText = ~DWORD{0};
+
+static_assert(sizeof(HTTPCONNECTIONA) == 104 && sizeof(HTTPCONNECTIONW) == 104);
+static_assert(offsetof(HTTPCONNECTIONA, nEncoding) == 16);
+static_assert(offsetof(HTTPCONNECTIONA, nAuthType) == 28);
+static_assert(offsetof(HTTPCONNECTIONA, lpszProxyServer) == 32);
+static_assert(offsetof(HTTPCONNECTIONA, lpszUserAgent) == 56);
+static_assert(offsetof(HTTPCONNECTIONA, lpszContentType) == 80);
+static_assert(offsetof(HTTPCONNECTIONA, lpCredentials) == 96);
 
 HTTPCONNECTIONA Record(const std::function<void(HTTPCONNECTIONA&)>& change = {}) {
   HTTPCONNECTIONA record{};

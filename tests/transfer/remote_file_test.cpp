@@ -159,10 +159,13 @@ TEST_F(RemoteFileTest, OpenRequestsHaveToBeClosed) {
   DWORD size = 0;
   EXPECT_EQ(HttpGetFileSize(session, "/file", &size), HTTP_ERROR);
   EXPECT_EQ(LastError(), DWORD{QV_ERROR_REQUEST_NOT_COMPLETED});
+  EXPECT_EQ(HttpOpenFileEx(session, "/file", 0, 7), HTTP_ERROR);  // its range goes with it
+  EXPECT_EQ(LastError(), DWORD{QV_ERROR_REQUEST_NOT_COMPLETED});
   EXPECT_EQ(ReadAll(session), "deleted");
   EXPECT_EQ(HttpCloseFile(session), 0);
   EXPECT_EQ(HttpCloseFile(session), 0);  // nothing open is fine, too
   EXPECT_EQ(HttpDeleteFile(session, "/file"), 200);
+  EXPECT_EQ(HeaderOf(Request(1), "Range"), std::nullopt);
   EXPECT_EQ(server_->connections(), 1u);
 }
 

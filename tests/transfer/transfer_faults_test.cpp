@@ -261,6 +261,7 @@ TEST_F(TransferFaultsTest, PartialAnswersNobodyAskedForAndTheirBodies) {
     ULONGLONG offset;
     INT result;
     std::string file;
+    bool error_data = false;
   };
   const std::vector<Case> cases = {
       {"the middle instead of the whole", middle, 0, HTTP_ERROR, "abc"},
@@ -270,6 +271,14 @@ TEST_F(TransferFaultsTest, PartialAnswersNobodyAskedForAndTheirBodies) {
        "abcde"},
       {"the whole, but not all of it", Head("200 OK", {"Content-Length: 9"}) + "AB", 3, 200, "AB"},
       {"an error page", Response("404 Not Found", {}, "page"), 3, HTTP_ERROR, "abc"},
+      {"an error page as data", Response("404 Not Found", {}, "page"), 3, 404, "abc", true},
+      {"a redirect", Response("302 Found", {"Location: /other"}, "page"), 3, 302, "abc"},
+      {"no content", Head("204 No Content"), 3, 204, "abc"},
+      {"a transformed whole", Response("203 Other", {}, "AB"), 3, 203, "AB"},
+      {"a part behind the end of the file",
+       Response("206 Partial", {"Content-Range: bytes 5-6/7"}, "fg"), 5, HTTP_ERROR, "abc"},
+      {"the rest of what was longer here",
+       Response("206 Partial", {"Content-Range: bytes 1-1/2"}, "B"), 1, 206, "aB"},
       {"nothing new", Response("304 Not Modified", {}, ""), 3, HTTP_ERROR, "abc"},
   };
   for (const Case& c : cases) {
@@ -278,9 +287,10 @@ TEST_F(TransferFaultsTest, PartialAnswersNobodyAskedForAndTheirBodies) {
         RawServer::Script{{{.reply = c.reply, .how = RawServer::How::kClose}}, {{.reply = next}}});
     const HCLIENT session = Connect(server.port(), HTTP_OPTION_KEEPALIVE);
     folder_.Write("part", "abc");
-    EXPECT_EQ(Download(session, "part", 0, c.offset), c.result);
+    const DWORD options = c.error_data ? DWORD{HTTP_TRANSFER_ERRORDATA} : 0;
+    EXPECT_EQ(Download(session, "part", options, c.offset), c.result);
     EXPECT_EQ(folder_.Read("part"), c.file);
-    if (c.result == 206) {
+    if (c.file == "abcde") {
       HTTPTRANSFERSTATUSEX status{};
       EXPECT_EQ(HttpGetTransferStatusEx(session, &status), 0);
       EXPECT_EQ(status.dwBytesCopied, 5u);  // the offset included
@@ -288,6 +298,65 @@ TEST_F(TransferFaultsTest, PartialAnswersNobodyAskedForAndTheirBodies) {
     }
     EXPECT_EQ(Get(session, "/").body, "next");
   }
+}
+
+// Bodies that the server cuts short are no error, but it can be seen what is missing.
+TEST_F(TransferFaultsTest, MissingBytesShowInTheTransferStatus) {
+  const std::string chunked = Head("200 OK", {"Transfer-Encoding: chunked"});
+  struct Case {
+    const char* what;
+    std::string reply;
+    std::size_t missing;
+  };
+  const std::vector<Case> cases = {
+      {"a length", Head("200 OK", {"Content-Length: 10"}) + "abc", 7},
+      {"within a chunk", chunked + "1\r\na\r\n6\r\nbc", 4},
+      {"behind a chunk", chunked + "3\r\nabc\r\n", 1},
+      {"whole", chunked + "3\r\nabc\r\n0\r\n\r\n", 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    const RawServer server(ConnectionForEach({c.reply, c.reply}));
+    for (const bool to_file : {true, false}) {
+      const HCLIENT session = Connect(server.port());
+      EXPECT_EQ(to_file ? Download(session, "data") : Get(session, "/").result, 200);
+      HTTPTRANSFERSTATUSEX status{};
+      EXPECT_EQ(HttpGetTransferStatusEx(session, &status), 0);
+      EXPECT_EQ(status.dwBytesCopied, 3u);
+      EXPECT_EQ(status.dwBytesTotal - status.dwBytesCopied, c.missing);
+    }
+    EXPECT_EQ(folder_.Read("data"), "abc");
+  }
+}
+
+TEST_F(TransferFaultsTest, GoodChunksBeforeABadOneAreKept) {
+  for (const char* bad : {"FFFFFFFFF\r\n", "\r\n\r\n\r\n\r\n\r\n\r\n\r\n\r\n\r\n"}) {
+    const RawServer server(OneConnection(
+        {Head("200 OK", {"Transfer-Encoding: chunked"}) + "3\r\nabc\r\n2\r\nde\r\n" + bad}));
+    EXPECT_EQ(Download(Connect(server.port()), "data"), HTTP_ERROR);
+    EXPECT_EQ(LastError(), DWORD{QV_ERROR_INVALID_SERVER_RESPONSE});
+    EXPECT_EQ(folder_.Read("data"), "abcde");
+  }
+}
+
+// Decoding replaces the content of a file and nothing else of it.
+TEST_F(TransferFaultsTest, ADecodedFileKeepsItsPermissionsAndItsPlace) {
+  using std::filesystem::perms;
+  const std::string content = Pattern(1000);
+  const std::string reply = Response("200 OK", {"Content-Encoding: x-gzip"}, Gzip(content));
+  const RawServer server(ConnectionForEach({reply, reply, reply}));
+  folder_.Write("real", "before");
+  std::filesystem::permissions(Path("real"), perms::owner_read | perms::owner_write);
+  std::filesystem::create_symlink("real", Path("link"));
+  EXPECT_EQ(Download(Connect(server.port()), "link"), 200);
+  EXPECT_TRUE(std::filesystem::is_symlink(Path("link")));
+  EXPECT_TRUE(folder_.Read("real") == content);
+  EXPECT_EQ(std::filesystem::status(Path("real")).permissions(),
+            perms::owner_read | perms::owner_write);
+  const std::string longest(255, 'n');  // no room for the suffix of a temporary name
+  EXPECT_EQ(Download(Connect(server.port()), longest.c_str()), 200);
+  EXPECT_TRUE(folder_.Read(longest) == content);
+  EXPECT_EQ(CountFiles(), 3);
 }
 
 TEST_F(TransferFaultsTest, PlacesWhereNoFileCanBe) {

@@ -53,6 +53,10 @@ class UploadFaultsTest : public SessionTest {
          [this, size](HCLIENT h) {
            return HttpPostDataA(h, "/x", data_.data(), size, nullptr, nullptr, 0);
          }},
+        {"HttpCommand",
+         [this, size](HCLIENT h) {
+           return HttpCommandA(h, "POST", "/x", const_cast<char*>(data_.data()), size, 0);
+         }},
     };
   }
 
@@ -128,6 +132,84 @@ TEST_F(UploadFaultsTest, ServersThatDoNotWantTheBody) {
   }
 }
 
+// The page of a refusal is data for whoever wants it.
+TEST_F(UploadFaultsTest, ARefusalAsData) {
+  UseBodyOf(kLarge);
+  const RawServer server(SpoilFirst([](Connection& connection) {
+    connection.ReadHead();
+    connection.Send(Response("413 Too Large", {"Connection: close"}, "page"));
+    connection.FinishSending();
+    connection.WaitForClose();
+  }));
+  const HCLIENT session =
+      Connect(server.port(), HTTP_OPTION_KEEPALIVE | HTTP_OPTION_ERRORDATA, 0, 20);
+  const auto size = static_cast<DWORD>(data_.size());
+  ASSERT_EQ(HttpCommandA(session, "POST", "/x", data_.data(), size, 0), 413);
+  char page[8] = "";
+  EXPECT_EQ(HttpRead(session, reinterpret_cast<LPBYTE>(page), sizeof(page)), 4);
+  EXPECT_STREQ(page, "page");
+  EXPECT_EQ(HttpCloseFile(session), 0);
+  ExpectUsable(session);
+}
+
+// An interim response is no answer to a body that did not wait for it.
+TEST_F(UploadFaultsTest, StreamsDoNotTakeTheInterimResponse) {
+  UseBodyOf(kSmall);
+  for (const Upload& upload : Uploads()) {
+    SCOPED_TRACE(upload.name);
+    const RawServer server([](Connection& connection) {
+      const auto head = connection.ReadHead();
+      connection.Send("HTTP/1.1 100 Continue\r\n\r\n");
+      const std::string length = HeaderOf(head.value_or(""), "Content-Length").value_or("0");
+      EXPECT_TRUE(connection.ReadBytes(std::stoul(length)));
+      connection.Send(Response("201 Created", {}, ""));
+      connection.WaitForClose();
+    });
+    const HCLIENT session = Connect(server.port());
+    HttpSetRequestHeaderA(session, "Expect", "100-Continue");
+    EXPECT_EQ(upload.run(session), 201);
+  }
+}
+
+// An empty body is one: the server is told so, and its answer is the result.
+TEST_F(UploadFaultsTest, EmptyBodies) {
+  const RawServer server([](Connection& connection) {
+    while (connection.ReadRequest()) connection.Send(Response("201 Created", {}, ""));
+  });
+  const HCLIENT session = Connect(server.port(), HTTP_OPTION_KEEPALIVE);
+  EXPECT_EQ(HttpPutDataExA(session, "/a", nullptr, 0, nullptr, nullptr, 0), 201);
+  EXPECT_EQ(HttpCloseFile(session), 0);
+  EXPECT_EQ(HttpPutTextA(session, "/a", ""), 201);
+  EXPECT_EQ(HttpCloseFile(session), 0);
+  EXPECT_EQ(HttpPostDataA(session, "/a", nullptr, 0, nullptr, nullptr, 0), 201);
+  EXPECT_EQ(HttpCloseFile(session), 0);
+  ASSERT_EQ(server.requests().size(), 3u);
+  for (const std::string& request : server.requests()) {
+    EXPECT_EQ(HeaderOf(request, "Content-Length"), "0");
+  }
+}
+
+// A callback cannot end the request whose body is on its way.
+TEST_F(UploadFaultsTest, ClosingFromInsideATransfer) {
+  UseBodyOf(kSmall);
+  for (const Upload& upload : Uploads()) {
+    SCOPED_TRACE(upload.name);
+    const RawServer server([](Connection& connection) {
+      while (connection.ReadRequest()) connection.Send(Response("200 OK", {}, "next"));
+    });
+    const HCLIENT session = Connect(server.port(), HTTP_OPTION_KEEPALIVE, 0, 20);
+    const auto close = [](HCLIENT client, UINT, DWORD, DWORD_PTR) {
+      EXPECT_EQ(HttpCloseFile(client), HTTP_ERROR);
+      EXPECT_EQ(LastError(), DWORD{QV_ERROR_OPERATION_IN_PROGRESS});
+    };
+    EXPECT_EQ(HttpRegisterEvent(session, HTTP_EVENT_PROGRESS, close, 0), 0);
+    EXPECT_EQ(upload.run(session), 200) << std::hex << LastError();
+    HttpDisableEvents(session);
+    HttpCloseFile(session);
+    ExpectUsable(session);
+  }
+}
+
 // An upload without an answer did not succeed: an error, or a result code that is none.
 TEST_F(UploadFaultsTest, AServerThatEndsInsteadOfAnswering) {
   UseBodyOf(kSmall);
@@ -196,7 +278,14 @@ TEST_F(UploadFaultsTest, SilentServersEndInTheTimeout) {
         const HCLIENT session =
             HttpConnectA("127.0.0.1", server.port(), 20, HTTP_OPTION_KEEPALIVE, 0, nullptr);
         EXPECT_EQ(HttpSetTimeout(session, 1), 0);
+        int timeouts = 0;  // nobody waits again for an answer that did not come
+        const auto count = [](HCLIENT, UINT, DWORD, DWORD_PTR counter) {
+          ++*reinterpret_cast<int*>(counter);
+        };
+        HttpRegisterEvent(session, HTTP_EVENT_TIMEOUT, count,
+                          reinterpret_cast<DWORD_PTR>(&timeouts));
         EXPECT_EQ(upload.run(session), HTTP_ERROR);
+        EXPECT_EQ(timeouts, 1);
         EXPECT_EQ(LastError(), DWORD{QV_ERROR_OPERATION_TIMEOUT}) << std::hex << LastError();
         HttpSetTimeout(session, 20);
         ExpectUsable(session);

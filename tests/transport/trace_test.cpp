@@ -2,11 +2,14 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <fstream>
 #include <iterator>
 #include <regex>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "support/loopback.h"
 #include "support/raw_server.h"
@@ -115,6 +118,30 @@ TEST_F(TraceTest, CallsAreCountedAndNamesChecked) {
   EXPECT_EQ(Log("Quorvane.log").find("stopped"), std::string::npos);
   EXPECT_TRUE(HttpDisableTrace());
   EXPECT_NE(Log("Quorvane.log").find("stopped"), std::string::npos);
+}
+
+// Whoever gives the last reference back ends the log, once, however many do so at a time.
+TEST_F(TraceTest, ThreadsShareTheTraceOfTheProcess) {
+  std::atomic<int> disabled{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int j = 0; j < 50; ++j) {
+        EXPECT_TRUE(HttpEnableTraceA(Path("process").c_str(), TRACE_PROCESS));
+        if (HttpDisableTrace()) ++disabled;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(disabled, 200);
+  EXPECT_FALSE(HttpDisableTrace());
+  const std::string log = Log("process");
+  const auto count = [&](const char* text) {
+    const std::regex word(text);
+    return std::distance(std::sregex_iterator(log.begin(), log.end(), word), {});
+  };
+  EXPECT_GT(count("started process"), 0);
+  EXPECT_EQ(count("started process"), count("stopped process"));
 }
 
 }  // namespace

@@ -45,6 +45,11 @@ TEST_F(PathsTest, NormalizesUrls) {
   EXPECT_EQ(std::u16string(text), u"http://Host/a/b?q=1");
   EXPECT_EQ(HttpNormalizeUrlW(u"host/a", text, 64), HTTP_ERROR);
   EXPECT_EQ(LastError(), QV_ERROR_INVALID_URL_SCHEME);
+  // The normalized form has one character more, which is too many: nothing, and a terminator.
+  const std::string longest = "http://h?" + std::string(1014, 'q');
+  char buffer[4] = "old";
+  EXPECT_EQ(HttpNormalizeUrlA(longest.c_str(), buffer, sizeof(buffer)), 0);
+  EXPECT_STREQ(buffer, "");
 }
 
 TEST_F(PathsTest, NamesResourcesOfASession) {
@@ -55,6 +60,9 @@ TEST_F(PathsTest, NamesResourcesOfASession) {
   EXPECT_EQ(std::string(url), "http://127.0.0.1:" + std::to_string(server.port()) + "/dir/f.txt");
   EXPECT_GT(HttpGetFilePathUrlA(INVALID_CLIENT, "http://u:p@h/x", url, sizeof(url)), 0);
   EXPECT_STREQ(url, "http://h/x");
+  EXPECT_EQ(HttpGetFilePathUrlA(INVALID_CLIENT, "http://h/x", url, -1), 0);
+  EXPECT_EQ(LastError(), QV_ERROR_BUFFER_TOO_SMALL);
+  EXPECT_STREQ(url, "http://h/x") << "there was no room for anything";
   EXPECT_EQ(HttpGetFilePathUrlA(INVALID_CLIENT, "x", url, sizeof(url)), 0);
   EXPECT_EQ(LastError(), QV_ERROR_NOT_CONNECTED);
 }

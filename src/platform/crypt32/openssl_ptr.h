@@ -8,6 +8,10 @@
 #include <openssl/x509.h>
 
 #include <memory>
+#include <string>
+#include <vector>
+
+#include "qvplatform.h"
 
 namespace platform::crypt32 {
 
@@ -32,14 +36,33 @@ inline X509Ptr Share(X509* certificate) noexcept {
   return X509Ptr(certificate);
 }
 
-// OpenSSL keeps the errors of a thread in a queue, where an application that uses OpenSSL itself
-// must find none of ours.
-class ErrorQueueGuard {
+// OpenSSL keeps the errors of a thread in a queue. An application that uses OpenSSL itself must
+// find none of ours there, and none of its own must be taken for ours: its errors are put aside
+// meanwhile.
+class QVPLATFORM_API ErrorQueueGuard {
  public:
-  ErrorQueueGuard() { ERR_set_mark(); }
-  ~ErrorQueueGuard() { ERR_pop_to_mark(); }
+  ErrorQueueGuard() noexcept {
+    if (ERR_peek_error() != 0) PutAside();
+  }
+  ~ErrorQueueGuard() {
+    if (ERR_peek_error() != 0) ERR_clear_error();
+    if (!aside_.empty()) PutBack();
+  }
   ErrorQueueGuard(const ErrorQueueGuard&) = delete;
   ErrorQueueGuard& operator=(const ErrorQueueGuard&) = delete;
+
+ private:
+  struct Entry {
+    unsigned long code;
+    std::string file;
+    int line;
+    std::string function;
+    std::string data;
+  };
+  void PutAside() noexcept;
+  void PutBack() noexcept;
+
+  std::vector<Entry> aside_;
 };
 
 }  // namespace platform::crypt32

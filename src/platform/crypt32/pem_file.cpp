@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "crypt32/key_pairs.h"
 #include "crypt32/text.h"
 
 namespace platform::crypt32 {
@@ -55,13 +56,8 @@ BioPtr Reader(std::string_view text) {
   return BioPtr(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
 }
 
-struct Found {
-  X509Ptr certificate;
-  KeyPtr key;
-  std::u16string friendly_name;
-};
-
-void ReadBlocks(std::string_view text, std::vector<Found>& found, std::vector<KeyPtr>& keys) {
+void ReadBlocks(std::string_view text, std::vector<FoundCertificate>& found,
+                std::vector<KeyPtr>& keys) {
   constexpr std::string_view kKeyLabel = "PRIVATE KEY";
   constexpr std::string_view kCertificateLabel = "CERTIFICATE";
   while (const auto block = NextBlock(text)) {
@@ -76,7 +72,7 @@ void ReadBlocks(std::string_view text, std::vector<Found>& found, std::vector<Ke
     } else if (ends_with(kCertificateLabel)) {
       X509Ptr certificate(PEM_read_bio_X509_AUX(reader.get(), nullptr, NoPassword, nullptr));
       if (certificate == nullptr) continue;
-      found.push_back({std::move(certificate), nullptr, FriendlyName(block->preamble)});
+      found.push_back({std::move(certificate), FriendlyName(block->preamble)});
     }
   }
 }
@@ -84,24 +80,11 @@ void ReadBlocks(std::string_view text, std::vector<Found>& found, std::vector<Ke
 }  // namespace
 
 CertificateList ReadPem(std::string_view text, std::string_view keys_elsewhere) {
-  std::vector<Found> found;
+  std::vector<FoundCertificate> found, ignored;
   std::vector<KeyPtr> keys;
   ReadBlocks(text, found, keys);
-  std::vector<Found> ignored;
   ReadBlocks(keys_elsewhere, ignored, keys);
-  for (KeyPtr& key : keys) {
-    const auto owner = std::find_if(found.begin(), found.end(), [&](const Found& candidate) {
-      return candidate.key == nullptr &&
-             X509_check_private_key(candidate.certificate.get(), key.get()) == 1;
-    });
-    if (owner != found.end()) owner->key = std::move(key);
-  }
-  CertificateList certificates;
-  for (Found& each : found) {
-    certificates.push_back(std::make_shared<const Certificate>(
-        std::move(each.certificate), std::move(each.key), std::move(each.friendly_name)));
-  }
-  return certificates;
+  return WithKeys(std::move(found), std::move(keys));
 }
 
 }  // namespace platform::crypt32

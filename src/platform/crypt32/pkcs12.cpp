@@ -3,22 +3,25 @@
 #include <openssl/pkcs12.h>
 #include <openssl/provider.h>
 
+#include <algorithm>
 #include <string>
 
+#include "crypt32/key_pairs.h"
 #include "crypt32/text.h"
 
 namespace platform::crypt32 {
 namespace {
 
+inline void FreeBags(STACK_OF(PKCS12_SAFEBAG) * bags) noexcept {
+  sk_PKCS12_SAFEBAG_pop_free(bags, PKCS12_SAFEBAG_free);
+}
+inline void FreeSafes(STACK_OF(PKCS7) * safes) noexcept { sk_PKCS7_pop_free(safes, PKCS7_free); }
+using BagsPtr = std::unique_ptr<STACK_OF(PKCS12_SAFEBAG), OpenSslDelete<FreeBags>>;
+using SafesPtr = std::unique_ptr<STACK_OF(PKCS7), OpenSslDelete<FreeSafes>>;
 using Pkcs12Ptr = std::unique_ptr<PKCS12, OpenSslDelete<PKCS12_free>>;
 using Pkcs8Ptr = std::unique_ptr<PKCS8_PRIV_KEY_INFO, OpenSslDelete<PKCS8_PRIV_KEY_INFO_free>>;
 
-// What a file holds.
-struct Content {
-  KeyPtr key;
-  X509Ptr certificate;  // of the key
-  X509StackPtr others;
-};
+constexpr int kUpToTerminator = -1;  // for lengths of passwords
 
 // In the given library context, null for OpenSSL's default.
 Pkcs12Ptr Decode(std::string_view file, OSSL_LIB_CTX* library) {
@@ -28,21 +31,96 @@ Pkcs12Ptr Decode(std::string_view file, OSSL_LIB_CTX* library) {
   return Pkcs12Ptr(d2i_PKCS12(&decoded, &bytes, static_cast<long>(file.size())));
 }
 
+// Collects what a file holds. The library context serves for decryption only: the results belong to
+// OpenSSL's default one.
+class BagReader {
+ public:
+  BagReader(const char* password, OSSL_LIB_CTX* library) : password_(password), library_(library) {}
+
+  bool ReadSafe(PKCS7* safe) {
+    const int type = OBJ_obj2nid(safe->type);
+    if (type == NID_pkcs7_data) return ReadBags(BagsPtr(PKCS12_unpack_p7data(safe)).get());
+    if (type != NID_pkcs7_encrypted) return true;
+    return ReadBags(BagsPtr(PKCS12_unpack_p7encdata(safe, password_, kUpToTerminator)).get());
+  }
+
+  CertificateList Take() { return WithKeys(std::move(found_), std::move(keys_)); }
+
+ private:
+  bool ReadBags(const STACK_OF(PKCS12_SAFEBAG) * bags) {
+    if (bags == nullptr) return false;
+    for (int i = 0; i < sk_PKCS12_SAFEBAG_num(bags); ++i) {
+      if (!ReadBag(sk_PKCS12_SAFEBAG_value(bags, i))) return false;
+    }
+    return true;
+  }
+
+  bool ReadBag(PKCS12_SAFEBAG* bag) {
+    switch (PKCS12_SAFEBAG_get_nid(bag)) {
+      case NID_keyBag:
+        return AddKey(PKCS12_SAFEBAG_get0_p8inf(bag));
+      case NID_pkcs8ShroudedKeyBag:
+        return AddKey(
+            Pkcs8Ptr(PKCS12_decrypt_skey_ex(bag, password_, kUpToTerminator, library_, nullptr))
+                .get());
+      case NID_certBag:
+        return PKCS12_SAFEBAG_get_bag_nid(bag) != NID_x509Certificate || AddCertificate(bag);
+      case NID_safeContentsBag:
+        return ReadBags(PKCS12_SAFEBAG_get0_safes(bag));
+      default:
+        return true;
+    }
+  }
+
+  bool AddKey(const PKCS8_PRIV_KEY_INFO* plain) {
+    KeyPtr key(plain != nullptr ? EVP_PKCS82PKEY(plain) : nullptr);
+    if (key == nullptr) return false;
+    keys_.push_back(std::move(key));
+    return true;
+  }
+
+  bool AddCertificate(PKCS12_SAFEBAG* bag) {
+    X509Ptr certificate(PKCS12_SAFEBAG_get1_cert(bag));
+    if (certificate == nullptr) return false;
+    std::u16string friendly_name;
+    if (char* const name = PKCS12_get_friendlyname(bag)) {
+      friendly_name = ToWide(name, CP_UTF8);
+      OPENSSL_free(name);
+    }
+    found_.push_back({std::move(certificate), std::move(friendly_name)});
+    return true;
+  }
+
+  const char* const password_;
+  OSSL_LIB_CTX* const library_;
+  std::vector<FoundCertificate> found_;
+  std::vector<KeyPtr> keys_;
+};
+
+// Finds out whether it is the file's password. No password and an empty one are not the same there,
+// but whoever has neither means either.
+bool CheckPassword(PKCS12* file, const char*& password) {
+  const bool none = password == nullptr || *password == '\0';
+  if (none && (PKCS12_mac_present(file) == 0 || PKCS12_verify_mac(file, nullptr, 0) == 1)) {
+    password = nullptr;
+    return true;
+  }
+  if (none) password = "";
+  return PKCS12_verify_mac(file, password, kUpToTerminator) == 1;
+}
+
 Pkcs12Result Open(std::string_view file, const char* password, OSSL_LIB_CTX* library,
-                  Content& content) {
+                  CertificateList& certificates) {
   const Pkcs12Ptr decoded = Decode(file, library);
   if (decoded == nullptr) return Pkcs12Result::kUnreadable;
-  EVP_PKEY* key = nullptr;
-  X509* certificate = nullptr;
-  STACK_OF(X509)* others = nullptr;
-  ERR_clear_error();
-  if (PKCS12_parse(decoded.get(), password, &key, &certificate, &others) != 1) {
-    const unsigned long error = ERR_peek_last_error();
-    const bool wrong_password = ERR_GET_LIB(error) == ERR_LIB_PKCS12 &&
-                                ERR_GET_REASON(error) == PKCS12_R_MAC_VERIFY_FAILURE;
-    return wrong_password ? Pkcs12Result::kWrongPassword : Pkcs12Result::kUnreadable;
+  if (!CheckPassword(decoded.get(), password)) return Pkcs12Result::kWrongPassword;
+  const SafesPtr safes(PKCS12_unpack_authsafes(decoded.get()));
+  if (safes == nullptr) return Pkcs12Result::kUnreadable;
+  BagReader reader(password, library);
+  for (int i = 0; i < sk_PKCS7_num(safes.get()); ++i) {
+    if (!reader.ReadSafe(sk_PKCS7_value(safes.get(), i))) return Pkcs12Result::kUnreadable;
   }
-  content = {KeyPtr(key), X509Ptr(certificate), X509StackPtr(others)};
+  certificates = reader.Take();
   return Pkcs12Result::kRead;
 }
 
@@ -62,73 +140,22 @@ OSSL_LIB_CTX* LegacyLibrary() {
   return library;
 }
 
-// The same objects in OpenSSL's default context.
-X509Ptr MoveToDefault(const X509* certificate) {
-  unsigned char* encoded = nullptr;
-  const int size = i2d_X509(certificate, &encoded);
-  if (size < 0) return nullptr;
-  const unsigned char* bytes = encoded;
-  X509Ptr moved(d2i_X509(nullptr, &bytes, size));
-  OPENSSL_free(encoded);
-  int name_size = 0;
-  // The friendly name is kept beside the encoding.
-  unsigned char* const name = X509_alias_get0(const_cast<X509*>(certificate), &name_size);
-  if (moved != nullptr && name != nullptr) X509_alias_set1(moved.get(), name, name_size);
-  return moved;
-}
-
-void MoveToDefault(Content& content) {
-  if (content.key != nullptr) {
-    const Pkcs8Ptr plain(EVP_PKEY2PKCS8(content.key.get()));
-    content.key.reset(plain != nullptr ? EVP_PKCS82PKEY(plain.get()) : nullptr);
-  }
-  if (content.certificate != nullptr)
-    content.certificate = MoveToDefault(content.certificate.get());
-  X509StackPtr moved(sk_X509_new_null());
-  for (int i = 0; i < sk_X509_num(content.others.get()); ++i) {
-    X509Ptr certificate = MoveToDefault(sk_X509_value(content.others.get(), i));
-    if (certificate != nullptr && sk_X509_push(moved.get(), certificate.get()) > 0) {
-      (void)certificate.release();
-    }
-  }
-  content.others = std::move(moved);
-}
-
-CertificateRef Make(X509Ptr certificate, KeyPtr key) {
-  int size = 0;
-  const unsigned char* const name = X509_alias_get0(certificate.get(), &size);
-  std::u16string friendly_name;
-  if (name != nullptr) {
-    const std::string_view utf8(reinterpret_cast<const char*>(name),
-                                static_cast<std::size_t>(size));
-    friendly_name = ToWide(utf8, CP_UTF8);
-  }
-  return std::make_shared<const Certificate>(std::move(certificate), std::move(key),
-                                             std::move(friendly_name));
-}
-
 }  // namespace
 
 bool IsPkcs12(std::string_view file) { return Decode(file, nullptr) != nullptr; }
 
 Pkcs12Result ReadPkcs12(std::string_view file, const char* password,
                         CertificateList& certificates) {
-  Content content;
-  Pkcs12Result result = Open(file, password, nullptr, content);
+  Pkcs12Result result = Open(file, password, nullptr, certificates);
   if (result == Pkcs12Result::kUnreadable) {
     OSSL_LIB_CTX* const legacy = LegacyLibrary();
     if (legacy == nullptr) return result;
-    result = Open(file, password, legacy, content);
-    if (result == Pkcs12Result::kRead) MoveToDefault(content);
+    result = Open(file, password, legacy, certificates);
   }
   if (result != Pkcs12Result::kRead) return result;
-  if (content.certificate != nullptr) {
-    certificates.push_back(Make(std::move(content.certificate), std::move(content.key)));
-  }
-  for (int i = 0; i < sk_X509_num(content.others.get()); ++i) {
-    certificates.push_back(Make(Share(sk_X509_value(content.others.get(), i)), nullptr));
-  }
-  return Pkcs12Result::kRead;
+  std::stable_partition(certificates.begin(), certificates.end(),
+                        [](const CertificateRef& each) { return each->key() != nullptr; });
+  return result;
 }
 
 }  // namespace platform::crypt32

@@ -12,7 +12,7 @@ bool IsPkcs12(std::string_view file);
 
 enum class Pkcs12Result { kRead, kWrongPassword, kUnreadable };
 
-// Reads the key, its certificate (which comes first) and the other certificates. A null password
+// Reads the certificates, those that the file has the key of first. A null password
 // stands for none, which opens files with an empty password too; else it is UTF-8.
 Pkcs12Result ReadPkcs12(std::string_view file, const char* password, CertificateList& certificates);
 

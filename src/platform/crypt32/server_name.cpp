@@ -35,7 +35,7 @@ std::optional<std::string> Ipv4Address(const std::string& name) {
 std::string AsciiForm(const std::string& name) {
   using IdnToAsciiFn = int(WINAPI*)(DWORD, LPCWSTR, int, LPWSTR, int) noexcept;
   constexpr int kMaxName = 256;
-  const FARPROC found = GetProcAddress(LoadLibraryA("normaliz.dll"), "IdnToAscii");
+  static const FARPROC found = GetProcAddress(LoadLibraryA("normaliz.dll"), "IdnToAscii");
   if (found == nullptr) return {};
   const auto to_ascii = reinterpret_cast<IdnToAsciiFn>(reinterpret_cast<void (*)()>(found));
   const std::u16string wide = ToWide(name, CP_UTF8);

@@ -142,7 +142,7 @@ SECURITY_STATUS IssuerList(const SSL* ssl, SecPkgContext_IssuerListInfoEx& list)
     size += sizeof(CERT_NAME_BLOB) + name.size;
   }
   list = {};
-  if (encoded.empty()) return SEC_E_OK;
+  if (size == 0) return SEC_E_OK;
   auto* const records = static_cast<CERT_NAME_BLOB*>(std::malloc(size));
   if (records == nullptr) return SEC_E_INSUFFICIENT_MEMORY;
   BYTE* bytes = reinterpret_cast<BYTE*>(records + encoded.size());
@@ -161,7 +161,10 @@ SECURITY_STATUS QueryAttribute(const TlsContext& context, ULONG attribute, LPVOI
   if (attribute == SECPKG_ATTR_ISSUER_LIST_EX) {  // asked for during the handshake
     return IssuerList(context.ssl(), *static_cast<SecPkgContext_IssuerListInfoEx*>(buffer));
   }
-  if (!context.established()) return SEC_E_INVALID_HANDLE;
+  // There is no cipher while another handshake is under way.
+  if (!context.established() || SSL_get_current_cipher(context.ssl()) == nullptr) {
+    return SEC_E_INVALID_HANDLE;
+  }
   switch (attribute) {
     case SECPKG_ATTR_STREAM_SIZES:
       *static_cast<SecPkgContext_StreamSizes*>(buffer) = context.StreamSizes();

@@ -21,7 +21,7 @@ void OnKeyLogLine(const SSL* ssl, const char* line) { ContextOf(ssl).OnKeyLogLin
 // The certificate is checked by who uses the connection.
 int AcceptCertificate(X509_STORE_CTX* /*verifier*/, void* /*argument*/) { return 1; }
 
-SSL_CTX* Make() {
+SSL_CTX* Make(bool logs_keys) {
   SSL_CTX* const settings = SSL_CTX_new(TLS_client_method());
   if (settings == nullptr) return nullptr;
   SSL_CTX_set_verify(settings, SSL_VERIFY_NONE, nullptr);
@@ -31,14 +31,18 @@ SSL_CTX* Make() {
   SSL_CTX_set_cert_cb(settings, OnCertificateRequest, nullptr);
   SSL_CTX_set_session_cache_mode(settings, SSL_SESS_CACHE_CLIENT | SSL_SESS_CACHE_NO_INTERNAL);
   SSL_CTX_sess_set_new_cb(settings, OnNewSession);
-  SSL_CTX_set_keylog_callback(settings, OnKeyLogLine);
+  if (logs_keys) SSL_CTX_set_keylog_callback(settings, OnKeyLogLine);
   return settings;
 }
 
 }  // namespace
 
-SSL_CTX* ClientSettings() {
-  static SSL_CTX* const settings = Make();
+SSL_CTX* ClientSettings(bool logs_keys) {
+  if (logs_keys) {
+    static SSL_CTX* const logging = Make(true);
+    return logging;
+  }
+  static SSL_CTX* const settings = Make(false);
   return settings;
 }
 

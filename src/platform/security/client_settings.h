@@ -7,8 +7,9 @@
 namespace platform::security {
 
 // Made when first asked for; null when OpenSSL cannot make it. The connections made from it have a
-// TlsContext as application data.
-SSL_CTX* ClientSettings();
+// TlsContext as application data. OpenSSL formats the secrets of every handshake for a key log, so
+// that only those connections report them that have one.
+SSL_CTX* ClientSettings(bool logs_keys);
 
 }  // namespace platform::security
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <new>
 
+#include "crypt32/openssl_ptr.h"
 #include "platform/security.h"
 #include "security/credential.h"
 #include "security/tls_context.h"
@@ -32,6 +33,7 @@ Object* FromHandle(const SecHandle* handle) noexcept {
 
 template <typename Object>
 SECURITY_STATUS DeleteHandle(SecHandle* handle) noexcept {
+  const crypt32::ErrorQueueGuard errors;
   const std::unique_ptr<Object> deleted(FromHandle<Object>(handle));
   if (deleted == nullptr) return SEC_E_INVALID_HANDLE;
   *handle = {};
@@ -41,6 +43,7 @@ SECURITY_STATUS DeleteHandle(SecHandle* handle) noexcept {
 // Runs the body of a function of the table; lack of memory is a result.
 template <typename Body>
 SECURITY_STATUS Guarded(Body&& body) noexcept {
+  const crypt32::ErrorQueueGuard errors;
   try {
     return body();
   } catch (const std::bad_alloc&) {

@@ -47,12 +47,13 @@ void ReportInput(SecBufferDesc* input, SECURITY_STATUS status, std::size_t used)
   }
 }
 
-// Hands what waits to be sent over to the caller. False when there is no memory.
-bool DeliverToken(TlsContext& context, SecBuffer& token) noexcept {
+// Hands what waits to be sent over to the caller. False when there is no memory. A step that has to
+// be repeated with another credential gives nothing, as the caller would not send it.
+bool DeliverToken(TlsContext& context, SECURITY_STATUS status, SecBuffer& token) noexcept {
   std::vector<BYTE>& waiting = context.output();
   token.cbBuffer = 0;
   token.pvBuffer = nullptr;
-  if (waiting.empty()) return true;
+  if (waiting.empty() || status == SEC_I_INCOMPLETE_CREDENTIALS) return true;
   void* const copy = std::malloc(waiting.size());
   if (copy == nullptr) return false;
   std::memcpy(copy, waiting.data(), waiting.size());
@@ -123,7 +124,7 @@ SECURITY_STATUS WINAPI InitializeSecurityContextA(
       running->set_credential(*used_credential);
     }
     const SECURITY_STATUS status = Step(*running, input);
-    if (!DeliverToken(*running, *token)) return SEC_E_INSUFFICIENT_MEMORY;
+    if (!DeliverToken(*running, status, *token)) return SEC_E_INSUFFICIENT_MEMORY;
     if (attributes != nullptr) {
       const bool alert = status < 0 && token->cbBuffer != 0;
       *attributes = kAttributes | (alert ? ISC_RET_EXTENDED_ERROR : 0);

@@ -19,17 +19,14 @@ char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' +
 
 std::unique_ptr<TlsContext> TlsContext::Make(CredentialRef credential, const std::string& target) {
   std::unique_ptr<TlsContext> context(new TlsContext(std::move(credential)));
-  ERR_clear_error();
-  if (context->Prepare(target)) return context;
-  ERR_clear_error();
-  return nullptr;
+  return context->Prepare(target) ? std::move(context) : nullptr;
 }
 
 bool TlsContext::Prepare(const std::string& target) {
   const crypt32::ServerName name = crypt32::ParseServerName(target);
   target_ = name.text;
   std::transform(target_.begin(), target_.end(), target_.begin(), ToLower);
-  SSL_CTX* const settings = ClientSettings();
+  SSL_CTX* const settings = ClientSettings(credential_->key_log != nullptr);
   ssl_.reset(settings != nullptr ? SSL_new(settings) : nullptr);
   if (ssl_ == nullptr) return false;
   SSL_set_app_data(ssl_.get(), this);
@@ -59,8 +56,6 @@ TlsContext::~TlsContext() {
   if (failure_ == SEC_E_OK) {
     SSL_set_shutdown(ssl_.get(), SSL_SENT_SHUTDOWN | SSL_RECEIVED_SHUTDOWN);
   }
-  ssl_.reset();
-  ERR_clear_error();
 }
 
 // Sessions are shared by connections that would negotiate and prove the same.
@@ -72,7 +67,6 @@ std::string TlsContext::SessionKey() const {
 SECURITY_STATUS TlsContext::Fail(SECURITY_STATUS status) {
   failure_ = status;
   if (!established_) SessionCache::Instance().Forget(SessionKey());
-  ERR_clear_error();
   return status;
 }
 
@@ -118,15 +112,12 @@ SECURITY_STATUS TlsContext::CompleteHandshake() {
   server_certificate_ = std::move(certificate);
   established_ = true;
   certificate_asked_ = false;
-  ERR_clear_error();
   return SEC_E_OK;
 }
 
 void TlsContext::Shutdown() {
   if (failure_ != SEC_E_OK || !established_ || SSL_in_init(ssl_.get()) != 0) return;
-  ERR_clear_error();
   SSL_shutdown(ssl_.get());
-  ERR_clear_error();
 }
 
 // The answer to a key update goes in front of the next data (RFC 8446 section 4.6.3). It must not
@@ -143,7 +134,6 @@ SECURITY_STATUS TlsContext::Encrypt(std::span<const BYTE> data,
   if (!established_) return SEC_E_INVALID_HANDLE;
   const SecPkgContext_StreamSizes sizes = StreamSizes();
   if (data.empty() || data.size() > sizes.cbMaximumMessage) return SEC_E_INVALID_PARAMETER;
-  ERR_clear_error();
   if (!AnswerKeyUpdate()) return Fail(TakeFailure());
   std::size_t capacity = 0;
   for (const BufferBio::Place& place : places) capacity += place.capacity;
@@ -155,14 +145,13 @@ SECURITY_STATUS TlsContext::Encrypt(std::span<const BYTE> data,
   const int result = SSL_write_ex(ssl_.get(), data.data(), data.size(), &written);
   bio_.ClearOutput();
   if (result == 1) return SEC_E_OK;
-  const bool closed = (SSL_get_shutdown(ssl_.get()) & SSL_SENT_SHUTDOWN) != 0;
-  if (closed) {
-    ERR_clear_error();
-    return SEC_E_CONTEXT_EXPIRED;
+  if ((SSL_get_shutdown(ssl_.get()) & SSL_SENT_SHUTDOWN) != 0) return SEC_E_CONTEXT_EXPIRED;
+  // A message of the protocol's own has come in part: OpenSSL wants to read the rest first.
+  if (SSL_version(ssl_.get()) >= TLS1_3_VERSION &&
+      SSL_get_error(ssl_.get(), result) == SSL_ERROR_WANT_READ) {
+    return SEC_E_INCOMPLETE_MESSAGE;
   }
-  // Something of the protocol's own came in between, which only a handshake could settle.
-  ERR_clear_error();
-  return Fail(SEC_E_ENCRYPT_FAILURE);
+  return Fail(SEC_E_ENCRYPT_FAILURE);  // only a handshake could settle it
 }
 
 SECURITY_STATUS TlsContext::Decrypt(std::span<BYTE> record, std::size_t& size) {
@@ -172,7 +161,6 @@ SECURITY_STATUS TlsContext::Decrypt(std::span<BYTE> record, std::size_t& size) {
   const bool invalid = CheckFrame(record).frame == Frame::kInvalid;
   const std::size_t header = std::min(kRecordHeader, record.size());
   bio_.SetInput(record);
-  ERR_clear_error();
   // OpenSSL has taken all of the record before it writes the first byte of the plaintext.
   const int result = SSL_read_ex(ssl_.get(), record.data() + header, record.size() - header, &size);
   bio_.SetInput({});

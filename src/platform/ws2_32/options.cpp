@@ -97,6 +97,13 @@ bool IsBufferSize(int level, int option) {
          (option == ::ws2::kOptionSendBuffer || option == ::ws2::kOptionReceiveBuffer);
 }
 
+int TypeOf(int descriptor) {
+  if (const int known = StateOf(static_cast<Socket>(descriptor)).type; known != 0) return known;
+  int type = 0;
+  socklen_t length = sizeof(type);
+  return getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &length) == 0 ? type : 0;
+}
+
 // Whether the system keeps the size up to date by itself and reaches the one asked for. A fixed
 // size would end that, and with it hold transfers over long distances to that size per round trip.
 //
@@ -108,10 +115,7 @@ bool LeaveToSystem(int descriptor, int option, int bytes) {
     return bytes > 0 && bytes <= LargestAutomaticSend() &&
            setsockopt(descriptor, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &bytes, sizeof(bytes)) == 0;
   }
-  int type = 0;
-  socklen_t length = sizeof(type);
-  return bytes <= LargestAutomaticReceive() &&
-         getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &length) == 0 && type == SOCK_STREAM;
+  return bytes <= LargestAutomaticReceive() && TypeOf(descriptor) == SOCK_STREAM;
 }
 
 int SetBufferSize(Socket socket, int option, int bytes) {
@@ -172,6 +176,9 @@ int GetSocketOption(Socket socket, int level, int option, LPSTR value, int* leng
     DWORD milliseconds = 0;
     if (GetTimeLimit(socket, option, &milliseconds) != 0) return ::ws2::kSocketError;
     number = static_cast<int>(milliseconds);
+  } else if (level == ::ws2::kLevelSocket && option == ::ws2::kOptionAcceptConn &&
+             StateOf(socket).type != 0) {
+    number = 0;  // no function of this module makes a socket listen
   } else {
     const IntOption* found = FindIntOption(level, option);
     if (found == nullptr) return FailWith(::ws2::kErrorNoProtocolOption);

@@ -106,7 +106,7 @@ class PollList {
     Socket socket;
     FdSet* set;
     Purpose purpose;
-    bool ready = false;
+    bool ready;  // set by Judge; the arrays are large and cost nothing where they are not used
   };
 
   std::array<pollfd, kSetCount* ::ws2::kSetSize> entries_;

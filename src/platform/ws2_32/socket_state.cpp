@@ -18,6 +18,7 @@ SocketState states[kTableSize + 1];
 
 void SocketState::Reset() {
   phase = ConnectPhase::kNone;
+  type = 0;
   send_shut = false;
   error = 0;
   send_buffer = 0;

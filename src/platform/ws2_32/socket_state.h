@@ -18,6 +18,7 @@ enum class ConnectPhase {
 
 struct SocketState {
   std::atomic<ConnectPhase> phase{ConnectPhase::kNone};
+  std::atomic<int> type{0};            // SOCK_*, 0 for a socket that was not made here
   std::atomic<bool> send_shut{false};  // this side has shut its sending direction down
   std::atomic<int> error{0};           // taken from the system, but not yet seen by the caller
   std::atomic<int> send_buffer{0};     // sizes in bytes that were asked for

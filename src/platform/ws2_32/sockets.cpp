@@ -104,7 +104,9 @@ Socket CreateSocket(int family, int type, int protocol) noexcept {
     return ::ws2::kInvalidSocket;
   }
   const auto socket = static_cast<Socket>(descriptor);
-  StateOf(socket).Reset();
+  SocketState& state = StateOf(socket);
+  state.Reset();
+  state.type = native_type;
   return socket;
 }
 

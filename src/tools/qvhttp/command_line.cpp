@@ -9,6 +9,7 @@ namespace {
 constexpr const char* kVersion = "12.0.3024";
 constexpr unsigned int kMaxTimeoutSeconds = 3600;
 constexpr unsigned int kMaxRedirects = 100;
+constexpr unsigned int kMaxJobs = 32;
 
 constexpr const char* kFooter =
     "\nExit codes:\n"
@@ -24,6 +25,15 @@ constexpr const char* kFooter =
 
 constexpr const char* kTextOrFile = "TEXT|@FILE";
 
+void AddRedirectOptions(CLI::App& command, CommandLine& line) {
+  auto* follow = command.add_flag("--follow", line.follow, "Follow redirects");
+  command.add_option("--max-redirects", line.max_redirects, "Most redirects to follow")
+      ->type_name("COUNT")
+      ->check(CLI::Range(1u, kMaxRedirects))
+      ->needs(follow)
+      ->capture_default_str();
+}
+
 void AddRequestOptions(CLI::App& command, CommandLine& line) {
   command.add_option("-H,--header", line.headers, "Send the header \"Name: value\" (repeatable)")
       ->type_name("HEADER")
@@ -38,25 +48,52 @@ void AddRequestOptions(CLI::App& command, CommandLine& line) {
   command.add_option("--bearer", line.bearer_token, "Bearer token")
       ->type_name("TOKEN")
       ->excludes(user);
-  auto* follow = command.add_flag("--follow", line.follow, "Follow redirects");
-  command.add_option("--max-redirects", line.max_redirects, "Most redirects to follow")
-      ->type_name("COUNT")
-      ->check(CLI::Range(1u, kMaxRedirects))
-      ->needs(follow)
-      ->capture_default_str();
+  AddRedirectOptions(command, line);
 }
 
-void AddConnectionOptions(CLI::App& command, CommandLine& line) {
+void AddTlsOptions(CLI::App& command, CommandLine& line) {
+  constexpr const char* kGroup = "Secure connections";
+  auto* certificate = command.add_option("--cert", line.certificate,
+                                         "The client's certificate and key, in PEM or PKCS #12");
+  certificate->type_name("FILE[:PASSWORD]")->group(kGroup);
+  command
+      .add_option("--cert-name", line.certificate_name,
+                  "The client's certificate, by its name in the user's certificate store")
+      ->type_name("NAME")
+      ->excludes(certificate)
+      ->group(kGroup);
+  command.add_flag("--tls1.2", line.tls12, "Offer TLS 1.2 (alone, or with --tls1.3)")
+      ->group(kGroup);
+  command.add_flag("--tls1.3", line.tls13, "Offer TLS 1.3 (alone, or with --tls1.2)")
+      ->group(kGroup);
+  command
+      .add_option("--sni", line.server_name,
+                  "The name that the server is asked for, and that its certificate must have, "
+                  "instead of the URL's host")
+      ->type_name("NAME")
+      ->group(kGroup);
+  command
+      .add_flag("--insecure", line.insecure,
+                "Talk to a server whose certificate is not valid: it may be anybody")
+      ->group(kGroup);
+}
+
+void AddWaitingOptions(CLI::App& command, CommandLine& line) {
   command
       .add_option("--timeout", line.timeout_seconds,
                   "Longest time for connecting and for each wait, in seconds")
       ->type_name("SECONDS")
       ->check(CLI::Range(1u, kMaxTimeoutSeconds))
       ->capture_default_str();
-  command.add_flag("--http1.0", line.http10, "Speak HTTP/1.0");
-  command.add_flag("-v,--verbose", line.verbose, "Show request and response headers on stderr");
   command.add_option("--trace", line.trace_file, "Append all that is sent and received to FILE")
       ->type_name("FILE");
+  AddTlsOptions(command, line);
+}
+
+void AddConnectionOptions(CLI::App& command, CommandLine& line) {
+  command.add_flag("--http1.0", line.http10, "Speak HTTP/1.0");
+  command.add_flag("-v,--verbose", line.verbose, "Show request and response headers on stderr");
+  AddWaitingOptions(command, line);
 }
 
 CLI::App* AddNetworkCommand(CLI::App& app, const std::string& name, const std::string& text,
@@ -150,6 +187,56 @@ void AddCollectionCommands(CLI::App& app, CommandLine& line) {
   }
 }
 
+void AddFormCommand(CLI::App& app, CommandLine& line) {
+  CLI::App* form = AddNetworkCommand(app, "form", "Fill in a form and submit it", line);
+  form->add_option("FIELD", line.form_fields,
+                   "name=value, name=@FILE to send a file, or name=@@text for a value that begins "
+                   "with \"@\"")
+      ->required();
+  form->add_option("--method", line.form_method, "How to submit it")
+      ->type_name("GET|POST")
+      ->check(CLI::IsMember({"GET", "POST"}, CLI::ignore_case))
+      ->capture_default_str();
+  form->add_flag("--multipart", line.multipart,
+                 "As multipart/form-data with POST, as it is always done with files");
+}
+
+void AddCertificateCommand(CLI::App& app, CommandLine& line) {
+  CLI::App* command =
+      app.add_subcommand("cert", "Tell about a secure connection and the server's certificate");
+  command->final_callback([&line] { line.command = "cert"; });
+  command->add_option("URL", line.url, "https://host[:port]/")->required();
+  AddWaitingOptions(*command, line);
+}
+
+void AddManyFilesOptions(CLI::App& command, CommandLine& line) {
+  command.add_option("-d,--directory", line.folder, "Where the files go; made where it is missing")
+      ->type_name("FOLDER")
+      ->capture_default_str();
+  AddRedirectOptions(command, line);
+  AddWaitingOptions(command, line);
+}
+
+void AddManyFilesCommands(CLI::App& app, CommandLine& line) {
+  CLI::App* download = app.add_subcommand("download", "Fetch many files, several at a time");
+  download->final_callback([&line] { line.command = "download"; });
+  download->add_option("URL", line.urls, "http://host[:port]/path[?query]")->required();
+  download->add_option("-j,--jobs", line.jobs, "How many at a time")
+      ->type_name("N")
+      ->check(CLI::Range(1u, kMaxJobs))
+      ->capture_default_str();
+  AddManyFilesOptions(*download, line);
+  CLI::App* queue = app.add_subcommand(
+      "queue", "Fetch the files of a list, one after the other, and go on after an interruption");
+  queue->final_callback([&line] { line.command = "queue"; });
+  queue
+      ->add_option("LISTFILE", line.list_file,
+                   "A URL a line, and behind it a name for the file, if it is to have another; "
+                   "\"#\" begins a comment")
+      ->required();
+  AddManyFilesOptions(*queue, line);
+}
+
 void AddUrlCommands(CLI::App& app, CommandLine& line) {
   CLI::App* url = app.add_subcommand("url", "Work on a URL, without network");
   url->require_subcommand(1);
@@ -170,7 +257,10 @@ std::optional<CommandLine> ReadCommandLine(int argc, const char* const* argv) {
   app.footer(kFooter);
   app.require_subcommand(1);
   AddTransferCommands(app, line);
+  AddFormCommand(app, line);
+  AddManyFilesCommands(app, line);
   AddCollectionCommands(app, line);
+  AddCertificateCommand(app, line);
   AddUrlCommands(app, line);
   try {
     app.parse(argc, argv);

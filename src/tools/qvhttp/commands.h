@@ -16,6 +16,16 @@ ExitCode RunRequest(const Options& options);
 // head: prints status and headers.
 ExitCode RunHead(const Options& options);
 
+// cert: prints what was negotiated with a server, and its certificate.
+ExitCode RunCertificate(const Options& options);
+
+// download: fetches many URLs into a folder, several at a time.
+ExitCode RunDownloads(const Options& options);
+
+// queue: fetches the URLs of a list into a folder, one after the other. Files that are there are
+// not fetched again, and partial ones are gone on with.
+ExitCode RunQueue(const Options& options);
+
 // url parse: prints the parts of a URL, one a line.
 ExitCode RunParseUrl(const Options& options);
 

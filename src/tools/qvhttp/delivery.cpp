@@ -40,6 +40,13 @@ void CopyFile(const std::string& name, Output& output) {
   if (!file.eof()) throw Failure(ExitCode::kFailure, "cannot read the temporary file " + name);
 }
 
+void CheckFormResponse(const Session& session) {
+  const std::uint64_t missing = session.MissingLength();
+  if (missing == 0) return;
+  throw Failure(ExitCode::kFailure, "the response ended early: at least " +
+                                        std::to_string(missing) + " bytes are missing");
+}
+
 // The library reads no body after it has streamed a file.
 bool HasBodyToRead(const Answer& answer) {
   const Request& request = answer.session->request();
@@ -53,9 +60,13 @@ void DeliverBody(const Answer& answer, Progress& progress, const std::string& ou
   Session& session = *answer.session;
   const bool has_body = HasBodyToRead(answer);
   const bool is_decoded = has_body && session.request().decodes;
+  const bool is_of_form = session.request().form != nullptr;
   if (is_decoded) CheckDecoded(session);
+  if (is_of_form) CheckFormResponse(session);
   Output output(output_name);
-  if (is_decoded) {
+  if (is_of_form) {
+    output.Write(session.FormResponse());
+  } else if (is_decoded) {
     CopyFile(session.DecodedFile(), output);
   } else if (has_body) {
     CopyBody(session, progress, 0, [&](std::string_view content) { output.Write(content); });

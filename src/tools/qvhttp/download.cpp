@@ -1,3 +1,5 @@
+#include "download.h"
+
 #include "body.h"
 #include "commands.h"
 #include "content_range.h"
@@ -27,14 +29,24 @@ class Download {
         partial_(options.output),
         resuming_(options.resume && partial_.OpenExisting(url_)) {}
 
-  ExitCode Run() {
+  // The answer to the last request. A success is in the file; the body of another is still to be
+  // read.
+  Answer Run() {
     for (;;) {
-      const Answer answer = Ask(options_, MakeRequest(), progress_);
-      if (!MustStartOver(answer)) return Receive(answer);
+      Answer answer = Ask(options_, MakeRequest(), progress_);
+      if (!MustStartOver(answer)) {
+        Receive(answer);
+        return answer;
+      }
       partial_.Discard();
       resuming_ = false;
     }
   }
+
+  // Whether the file is there.
+  bool IsComplete() const { return is_complete_; }
+
+  std::uint64_t size() const { return partial_.size(); }
 
  private:
   Request MakeRequest() const {
@@ -57,29 +69,26 @@ class Download {
     return length != partial_.size() || !MayMatch(partial_.record(), headers);
   }
 
-  ExitCode Receive(const Answer& answer) {
+  void Receive(const Answer& answer) {
     if (resuming_ && answer.status == kRangeNotSatisfiable) {  // nothing was missing
-      partial_.Finish();
-      return ExitCode::kSuccess;
-    }
-    if (!IsSuccess(answer.status)) {
-      Progress no_progress(false);
-      DeliverBody(answer, no_progress, "");
-      return ReportStatus(answer);
-    }
-    if (answer.status == kPartialContent) {
+      Complete();
+    } else if (answer.status == kPartialContent) {
       ReceivePart(answer);
-    } else {
+    } else if (IsSuccess(answer.status)) {
       ReceiveWhole(answer);
     }
-    return ExitCode::kSuccess;
+  }
+
+  void Complete() {
+    partial_.Finish();
+    is_complete_ = true;
   }
 
   void ReceiveWhole(const Answer& answer) {
     partial_.Begin(DescribeResponse(url_, answer.session->Headers(HTTP_HEADERS_RESPONSE)));
     resuming_ = false;
     CopyInto(answer);
-    partial_.Finish();
+    Complete();
   }
 
   void ReceivePart(const Answer& answer) {
@@ -90,7 +99,7 @@ class Download {
       if (!FindField(options_.headers, "Range")) WrongRange(field);
       partial_.Begin(PartialRecord{});
       CopyInto(answer);
-      partial_.Finish();
+      Complete();
       return;
     }
     const auto range = ParseContentRange(field);
@@ -103,7 +112,7 @@ class Download {
     if (partial_.size() != *length) {
       throw Failure(ExitCode::kFailure, "the server sent another length than the range it named");
     }
-    partial_.Finish();
+    Complete();
   }
 
   void CopyInto(const Answer& answer) {
@@ -117,8 +126,23 @@ class Download {
   Progress progress_{true};
   PartialFile partial_;
   bool resuming_;
+  bool is_complete_ = false;
 };
 
 }  // namespace
 
-ExitCode RunDownload(const Options& options) { return Download(options).Run(); }
+ExitCode RunDownload(const Options& options) {
+  Download download(options);
+  const Answer answer = download.Run();
+  if (download.IsComplete()) return ExitCode::kSuccess;
+  Progress no_progress(false);
+  DeliverBody(answer, no_progress, "");
+  return ReportStatus(answer);
+}
+
+std::uint64_t DownloadFile(const Options& options) {
+  Download download(options);
+  const Answer answer = download.Run();
+  if (!download.IsComplete()) throw StatusFailure(answer);
+  return download.size();
+}

@@ -23,6 +23,12 @@ ExitCode RunCommand(const Options& options) {
       return RunRequest(options);
     case Action::kHead:
       return RunHead(options);
+    case Action::kCertificate:
+      return RunCertificate(options);
+    case Action::kDownloads:
+      return RunDownloads(options);
+    case Action::kQueue:
+      return RunQueue(options);
     case Action::kParseUrl:
       return RunParseUrl(options);
     case Action::kNormalizeUrl:

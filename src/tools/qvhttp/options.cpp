@@ -61,6 +61,9 @@ std::string UpperCase(std::string text) {
 Action ActionOf(const std::string& command) {
   if (command == "get") return Action::kGet;
   if (command == "head") return Action::kHead;
+  if (command == "cert") return Action::kCertificate;
+  if (command == "download") return Action::kDownloads;
+  if (command == "queue") return Action::kQueue;
   if (command == "url parse") return Action::kParseUrl;
   if (command == "url normalize") return Action::kNormalizeUrl;
   return Action::kRequest;
@@ -102,6 +105,32 @@ void CheckRequest(const Options& options) {
   }
 }
 
+std::string MethodOf(const CommandLine& line) {
+  if (line.command == "form") return UpperCase(line.form_method);
+  if (line.command == "download" || line.command == "queue" || line.command == "cert") return "GET";
+  return UpperCase(line.command == "request" ? line.method : line.command);
+}
+
+TlsOptions TlsOptionsOf(const CommandLine& line) {
+  TlsOptions tls;
+  if (line.tls12) tls.protocols |= SECURITY_PROTOCOL_TLS12;
+  if (line.tls13) tls.protocols |= SECURITY_PROTOCOL_TLS13;
+  if (line.certificate) {
+    tls.certificate = std::make_shared<const ClientCertificate>(*line.certificate);
+  }
+  tls.certificate_name = line.certificate_name;
+  tls.server_name = line.server_name;
+  tls.insecure = line.insecure;
+  return tls;
+}
+
+void TakeManyFiles(const CommandLine& line, Options& options) {
+  options.urls = line.urls;
+  options.list_file = line.list_file;
+  options.folder = line.folder;
+  options.jobs = line.jobs;
+}
+
 }  // namespace
 
 std::optional<Options> ParseOptions(int argc, const char* const* argv) {
@@ -113,7 +142,7 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   if (options.action == Action::kParseUrl || options.action == Action::kNormalizeUrl) {
     return options;
   }
-  options.method = UpperCase(line->command == "request" ? line->method : line->command);
+  options.method = MethodOf(*line);
   AddCommandHeaders(*line, options.headers);
   for (const std::string& header : line->headers) options.headers.push_back(SplitHeader(header));
   for (const std::string& cookie : line->cookies) options.cookies.push_back(SplitCookie(cookie));
@@ -126,9 +155,15 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv) {
   options.max_redirects = line->max_redirects;
   options.trace_file = line->trace_file;
   options.timeout_seconds = line->timeout_seconds;
+  options.tls = TlsOptionsOf(*line);
   options.http10 = line->http10;
   options.verbose = line->verbose;
   options.body = BodyOf(*line);
+  if (line->command == "form") {
+    options.form = ReadForm(line->form_fields, options.method == "POST", line->multipart);
+    if (options.form->is_multipart) options.method = "POST";
+  }
+  TakeManyFiles(*line, options);
   CheckRequest(options);
   return options;
 }

@@ -7,9 +7,20 @@
 #include <vector>
 
 #include "fields.h"
+#include "form_data.h"
 #include "request_body.h"
+#include "tls_options.h"
 
-enum class Action { kRequest, kGet, kHead, kParseUrl, kNormalizeUrl };
+enum class Action {
+  kRequest,
+  kGet,
+  kHead,
+  kCertificate,
+  kDownloads,
+  kQueue,
+  kParseUrl,
+  kNormalizeUrl
+};
 
 // What the command line asks for.
 struct Options {
@@ -22,6 +33,12 @@ struct Options {
   std::optional<std::pair<std::string, std::string>> user;  // -u, user name and password
   std::string bearer_token;
   std::optional<RequestBody> body;
+  std::optional<FormData> form;
+
+  std::vector<std::string> urls;  // of downloads
+  std::string list_file;          // of a queue
+  std::string folder;             // where downloads go
+  unsigned int jobs = 1;          // downloads at a time
 
   std::string output;  // empty: standard output
   bool resume = false;
@@ -30,6 +47,7 @@ struct Options {
   unsigned int max_redirects = 10;
   std::string trace_file;  // empty: no trace
   unsigned int timeout_seconds = 20;
+  TlsOptions tls;
   bool http10 = false;
   bool verbose = false;
 };

@@ -81,10 +81,20 @@ void PartialFile::Begin(const PartialRecord& record) {
   // In this order: at no time does the record of one version stand beside bytes of another.
   if (ftruncate(file_, 0) != 0 || lseek(file_, 0, SEEK_SET) != 0) Fail();
   size_ = 0;
+  Describe(record);
+}
+
+void PartialFile::Describe(const PartialRecord& record) {
   record_ = record;
   std::error_code ignored;
   fs::remove(meta_, ignored);
   if (!record_.validator.empty()) StorePartialRecord(meta_, record_);
+}
+
+void PartialFile::UpdateSize() {
+  struct stat now {};
+  if (fstat(file_, &now) != 0) Fail();
+  size_ = static_cast<std::uint64_t>(now.st_size);
 }
 
 void PartialFile::Discard() {

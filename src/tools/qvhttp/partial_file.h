@@ -26,6 +26,16 @@ class PartialFile {
   // Starts with nothing. The record is stored before the first byte.
   void Begin(const PartialRecord& record);
 
+  // Stores the record of bytes that somebody else writes into the file, which is empty.
+  void Describe(const PartialRecord& record);
+
+  // Takes notice of what somebody else has written.
+  void UpdateSize();
+
+  // A name of the open file that holds nothing but letters, digits and "/": it means the same to
+  // everybody in this process.
+  std::string LibraryName() const { return "/proc/self/fd/" + std::to_string(file_); }
+
   // Removes all traces of it.
   void Discard();
 

@@ -8,6 +8,8 @@
 #include <iostream>
 #include <utility>
 
+#include "text.h"
+
 namespace {
 
 constexpr auto kDrawInterval = std::chrono::milliseconds(100);
@@ -15,35 +17,7 @@ constexpr std::size_t kBarWidth = 24;
 constexpr const char* kToLineStart = "\r";
 constexpr const char* kEraseToLineEnd = "\x1b[K";  // ECMA-48, erase in line
 
-constexpr double kUnitStep = 1024;
-constexpr std::array<const char*, 5> kUnits = {"B", "KiB", "MiB", "GiB", "TiB"};
-
-constexpr std::uint64_t kSecondsPerMinute = 60;
-constexpr std::uint64_t kSecondsPerHour = 3600;
-constexpr std::uint64_t kLongestTimeLeft = 100 * kSecondsPerHour;
-
-// "512 B", "1.5 MiB".
-std::string Size(double bytes) {
-  std::size_t unit = 0;
-  for (; bytes >= kUnitStep && unit + 1 < kUnits.size(); ++unit) bytes /= kUnitStep;
-  std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), unit == 0 ? "%.0f %s" : "%.1f %s", bytes, kUnits[unit]);
-  return text.data();
-}
-
-// "0:07", "1:02:03".
-std::string Duration(std::uint64_t seconds) {
-  std::array<char, 32> text{};
-  const auto hours = static_cast<unsigned int>(seconds / kSecondsPerHour);
-  const auto minutes = static_cast<unsigned int>(seconds % kSecondsPerHour / kSecondsPerMinute);
-  const auto rest = static_cast<unsigned int>(seconds % kSecondsPerMinute);
-  if (hours > 0) {
-    std::snprintf(text.data(), text.size(), "%u:%02u:%02u", hours, minutes, rest);
-  } else {
-    std::snprintf(text.data(), text.size(), "%u:%02u", minutes, rest);
-  }
-  return text.data();
-}
+constexpr std::uint64_t kLongestTimeLeft = std::uint64_t{100} * 3600;  // seconds
 
 // "[======>       ]  42%  "
 std::string Bar(double share) {
@@ -62,8 +36,9 @@ Progress::Progress(bool enabled) : enabled_(enabled && isatty(STDERR_FILENO) == 
 
 Progress::~Progress() { Finish(); }
 
-void Progress::Start(std::uint64_t present) {
+void Progress::Start(std::uint64_t present, const std::string& name) {
   Finish();
+  name_ = name.empty() ? "" : name + "  ";
   start_ = Clock::now();
   present_ = done_ = present;
   total_.reset();
@@ -88,23 +63,25 @@ void Progress::Draw() {
   drawn_ = true;
   last_drawn_ = Clock::now();
   const std::chrono::duration<double> elapsed = last_drawn_ - start_;
-  std::cerr << kToLineStart << Line(elapsed.count()) << kEraseToLineEnd << std::flush;
+  std::cerr << kToLineStart << name_ << ProgressLine(present_, done_, total_, elapsed.count())
+            << kEraseToLineEnd << std::flush;
 }
 
-std::string Progress::Line(double seconds) const {
-  constexpr double kShortestMeasure = 0.001;  // seconds
+std::string ProgressLine(std::uint64_t present, std::uint64_t done,
+                         std::optional<std::uint64_t> total, double seconds) {
+  constexpr double kShortestMeasure = 0.001;
   const double rate =
-      static_cast<double>(done_ - std::min(present_, done_)) / std::max(seconds, kShortestMeasure);
-  const bool is_known = total_ && *total_ >= done_ && *total_ > 0;
+      static_cast<double>(done - std::min(present, done)) / std::max(seconds, kShortestMeasure);
+  const bool is_known = total && *total >= done && *total > 0;
   std::string line;
-  if (is_known) line += Bar(static_cast<double>(done_) / static_cast<double>(*total_));
-  line += Size(static_cast<double>(done_));
-  if (is_known) line += " of " + Size(static_cast<double>(*total_));
-  line += "  " + Size(rate) + "/s";
-  if (is_known && rate > 0 && *total_ > done_) {
-    const double left = static_cast<double>(*total_ - done_) / rate;
+  if (is_known) line += Bar(static_cast<double>(done) / static_cast<double>(*total));
+  line += SizeText(static_cast<double>(done));
+  if (is_known) line += " of " + SizeText(static_cast<double>(*total));
+  line += "  " + SizeText(rate) + "/s";
+  if (is_known && rate > 0 && *total > done) {
+    const double left = static_cast<double>(*total - done) / rate;
     if (left < static_cast<double>(kLongestTimeLeft)) {
-      line += "  " + Duration(static_cast<std::uint64_t>(left) + 1) + " left";
+      line += "  " + DurationText(static_cast<std::uint64_t>(left) + 1) + " left";
     }
   }
   return line;

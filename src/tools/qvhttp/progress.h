@@ -6,6 +6,11 @@
 #include <optional>
 #include <string>
 
+// "[=====>    ]  42%  12.6 MiB of 30.0 MiB  3.1 MiB/s  0:06 left", of a transfer that has gone on
+// for some seconds from the bytes that were `present` before.
+std::string ProgressLine(std::uint64_t present, std::uint64_t done,
+                         std::optional<std::uint64_t> total, double seconds);
+
 // The line on a terminal that tells how far a transfer has come. Where standard error is no
 // terminal, it does nothing.
 class Progress {
@@ -16,8 +21,9 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  // A transfer begins, with bytes that were there before it.
-  void Start(std::uint64_t present);
+  // A transfer begins, with bytes that were there before it. The line begins with its name, if it
+  // has one.
+  void Start(std::uint64_t present, const std::string& name = "");
 
   // Bytes there are now, of how many, where that is known.
   void Update(std::uint64_t done, std::optional<std::uint64_t> total);
@@ -29,9 +35,9 @@ class Progress {
   using Clock = std::chrono::steady_clock;
 
   void Draw();
-  std::string Line(double seconds) const;
 
   bool enabled_;
+  std::string name_;
   bool drawn_ = false;
   Clock::time_point start_ = Clock::now();
   Clock::time_point last_drawn_;

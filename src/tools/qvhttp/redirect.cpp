@@ -48,5 +48,7 @@ std::optional<Request> RedirectedRequest(const Request& request, int status,
     next.body = nullptr;
     std::erase_if(next.headers, [](const auto& header) { return DescribesBody(header.first); });
   }
+  // The fields of a form that is submitted with GET have been in the URL that was left.
+  if (next.method != "POST") next.form = nullptr;
   return next;
 }

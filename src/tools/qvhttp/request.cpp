@@ -21,5 +21,6 @@ Request FirstRequest(const Options& options) {
   request.url = options.url;
   request.headers = options.headers;
   if (options.body) request.body = &*options.body;
+  if (options.form) request.form = &*options.form;
   return request;
 }

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "fields.h"
+#include "form_data.h"
 #include "options.h"
 #include "request_body.h"
 
@@ -14,6 +15,7 @@ struct Request {
   std::string url;
   HeaderList headers;
   const RequestBody* body = nullptr;  // of the options
+  const FormData* form = nullptr;     // of the options
   // Whether credentials and cookies of the command line go along: they belong to its URL's origin.
   bool is_trusted = true;
   bool decodes = false;  // asks for a compressed body, and has the library decode it

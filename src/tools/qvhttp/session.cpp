@@ -4,8 +4,10 @@
 #include <iostream>
 #include <string_view>
 
+#include "connection.h"
 #include "content_coding.h"
 #include "failure.h"
+#include "form_submission.h"
 #include "header_enumeration.h"
 #include "interrupt.h"
 #include "url_parts.h"
@@ -21,39 +23,6 @@ constexpr std::size_t kMaxReasonPhrase = 256;
 // A body of less than this is gone before its progress could be read.
 constexpr std::size_t kSmallestShownUpload = std::size_t{256} << 10;
 
-// What went wrong when no session could be opened: the way to the server, or what was asked of the
-// library.
-ExitCode ConnectExitCode(DWORD error) {
-  switch (error) {
-    case QV_ERROR_FEATURE_NOT_SUPPORTED:
-    case QV_ERROR_INVALID_PROTOCOL_VERSION:
-    case QV_ERROR_OUT_OF_MEMORY:
-      return ExitCode::kFailure;
-    default:
-      return ExitCode::kConnect;
-  }
-}
-
-HCLIENT Connect(const HTTPURLCOMPONENTSA& parts, const Options& options) {
-  // Error responses have bodies that the user wants to see.
-  DWORD connect_options = HTTP_OPTION_ERRORDATA;
-  if (parts.nScheme == HTTP_SCHEME_HTTPS) connect_options |= HTTP_OPTION_SECURE;
-  const DWORD version = options.http10 ? HTTP_VERSION_10 : HTTP_VERSION_DEFAULT;
-  const ConnectingScope connecting;
-  HttpSetLastError(0);
-  const HCLIENT client = HttpConnectA(parts.lpszHostName, parts.nPort, options.timeout_seconds,
-                                      connect_options, version, nullptr);
-  if (client == INVALID_CLIENT) {
-    throw LibraryFailure(ConnectExitCode(HttpGetLastError()),
-                         "cannot connect to " + HostAndPort(parts));
-  }
-  // A server that does not prove who it is gets connected all the same: nothing is sent to it.
-  if (HttpGetLastError() == QV_ERROR_SECURITY_CERTIFICATE) {
-    throw LibraryFailure(ExitCode::kConnect, "cannot trust " + HostAndPort(parts));
-  }
-  return client;
-}
-
 }  // namespace
 
 Session::Session(const Options& options, Request request, Progress& progress)
@@ -64,7 +33,10 @@ Session::Session(const Options& options, Request request, Progress& progress)
     throw LibraryFailure(ExitCode::kFailure, "cannot start the library");
   }
   try {
-    client_ = Connect(*parts, options);
+    {
+      const ConnectingScope connecting;
+      client_ = Connect(*parts, options, request_.is_trusted);
+    }
     SetHeaders();
     if (request_.is_trusted) SetCredentials();
     RegisterEvents();
@@ -150,8 +122,8 @@ void CALLBACK Session::OnFileOpen(HCLIENT client, UINT, DWORD error, DWORD_PTR s
 }
 
 int Session::Send() {
-  // With this type a body goes out byte for byte.
-  HttpSetEncodingType(client_, HTTP_ENCODING_UTF8);
+  // With this type a body goes out byte for byte; forms have types of their own.
+  if (request_.form == nullptr) HttpSetEncodingType(client_, HTTP_ENCODING_UTF8);
   progress_.Start(0);
   int status = Perform();
   if (must_ask_plainly_) return 0;
@@ -165,6 +137,9 @@ int Session::Send() {
 }
 
 int Session::Perform() {
+  if (request_.form != nullptr) {
+    return SubmitForm(client_, *request_.form, target_, form_response_);
+  }
   if (request_.decodes) {
     scratch_.emplace();
     return HttpGetFileExA(client_, DecodedFile().c_str(), target_.c_str(),
@@ -233,6 +208,13 @@ std::uint64_t Session::ReceivedLength() const {
   HTTPTRANSFERSTATUSEX status{};
   HttpGetTransferStatusEx(client_, &status);
   return status.dwBytesCopied;
+}
+
+std::uint64_t Session::MissingLength() const {
+  HTTPTRANSFERSTATUSEX status{};
+  HttpGetTransferStatusEx(client_, &status);
+  return status.dwBytesTotal > status.dwBytesCopied ? status.dwBytesTotal - status.dwBytesCopied
+                                                    : 0;
 }
 
 HeaderList Session::Headers(DWORD header_type) const {

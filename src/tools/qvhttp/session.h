@@ -39,6 +39,12 @@ class Session {
   // Bytes of the body that came over the wire.
   std::uint64_t ReceivedLength() const;
 
+  // Bytes that are missing, at least, of the body of a form's response.
+  std::uint64_t MissingLength() const;
+
+  // The body of a form's response.
+  const std::string& FormResponse() const { return form_response_; }
+
   // The fields of the last request or response (HTTP_HEADERS_*), in order.
   HeaderList Headers(DWORD header_type) const;
 
@@ -67,6 +73,7 @@ class Session {
   std::string target_;
   HCLIENT client_ = INVALID_CLIENT;
   std::optional<ScratchFolder> scratch_;  // made when it is needed
+  std::string form_response_;
   bool must_ask_plainly_ = false;
 };
 

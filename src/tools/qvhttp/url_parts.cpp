@@ -5,6 +5,22 @@
 
 #include "failure.h"
 
+namespace {
+
+constexpr std::string_view kAuthorityMark = "://";
+
+// A query directly behind the host gets the path "/".
+std::string WithoutFragment(const std::string& url) {
+  std::string wanted = url.substr(0, url.find('#'));
+  const auto mark = wanted.find(kAuthorityMark);
+  const auto authority = mark == std::string::npos ? 0 : mark + kAuthorityMark.size();
+  const auto end = wanted.find_first_of("/?", authority);
+  if (end != std::string::npos && wanted[end] == '?') wanted.insert(end, 1, '/');
+  return wanted;
+}
+
+}  // namespace
+
 UrlParts ParseUrl(const std::string& url, DWORD options) {
   LPHTTPURLCOMPONENTSA parts = nullptr;
   const bool parsed = HttpParseUrlA(url.c_str(), options, &parts) != FALSE;
@@ -15,14 +31,12 @@ UrlParts ParseUrl(const std::string& url, DWORD options) {
   return owned;
 }
 
-UrlParts ParseRequestUrl(const std::string& url) {
-  std::string wanted = url.substr(0, url.find('#'));
-  constexpr std::string_view kAuthorityMark = "://";
-  const auto mark = wanted.find(kAuthorityMark);
-  const auto authority = mark == std::string::npos ? 0 : mark + kAuthorityMark.size();
-  const auto end = wanted.find_first_of("/?", authority);
-  if (end != std::string::npos && wanted[end] == '?') wanted.insert(end, 1, '/');
-  return ParseUrl(wanted, 0);
+UrlParts ParseRequestUrl(const std::string& url) { return ParseUrl(WithoutFragment(url), 0); }
+
+std::string RequestUrl(const std::string& url) {
+  const std::string wanted = WithoutFragment(url);
+  const bool has_scheme = wanted.find(kAuthorityMark) < wanted.find_first_of("/?");
+  return has_scheme ? wanted : "http://" + wanted;
 }
 
 std::string RequestTarget(const HTTPURLCOMPONENTSA& parts) {

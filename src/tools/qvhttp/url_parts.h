@@ -18,6 +18,9 @@ UrlParts ParseUrl(const std::string& url, DWORD options);
 // behind the host has got the path "/" (RFC 3986 section 6.2.3).
 UrlParts ParseRequestUrl(const std::string& url);
 
+// The same as a text, with user name and password, as the library takes it for a URL.
+std::string RequestUrl(const std::string& url);
+
 // Path and query of a URL, as they stand in a request line.
 std::string RequestTarget(const HTTPURLCOMPONENTSA& parts);
 

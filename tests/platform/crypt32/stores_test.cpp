@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <openssl/pkcs12.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -181,6 +182,42 @@ TEST(Pkcs12, OfOldProgramsOpensToo) {
                                                    CERT_CHAIN_FIND_BY_ISSUER, &any, nullptr));
   EXPECT_NE(chain, nullptr) << "the key is there";
   EXPECT_EQ(ImportPfx(folder.Read("me.p12"), u"new"), nullptr);
+}
+
+TEST(Pkcs12, MayHoldSeveralIdentities) {
+  const TlsIdentity identities[] = {Named("one"), Named("two")};
+  STACK_OF(PKCS12_SAFEBAG)* certificates = nullptr;
+  STACK_OF(PKCS12_SAFEBAG)* keys = nullptr;
+  STACK_OF(PKCS7)* safes = nullptr;
+  for (const TlsIdentity& each : identities) {
+    PKCS12_add_cert(&certificates, each.certificate.get());
+  }
+  for (const int i : {1, 0}) {  // encrypted, and in another order
+    PKCS12_add_key(&keys, identities[i].key.get(), 0, 2048, NID_aes_256_cbc, "pw");
+  }
+  PKCS12_add_safe(&safes, certificates, NID_aes_256_cbc, 2048, "pw");
+  PKCS12_add_safe(&safes, keys, -1, 0, nullptr);
+  const std::unique_ptr<PKCS12, void (*)(PKCS12*)> file(PKCS12_add_safes(safes, 0), PKCS12_free);
+  ASSERT_EQ(PKCS12_set_mac(file.get(), "pw", -1, nullptr, 0, 2048, EVP_sha256()), 1);
+  unsigned char* bytes = nullptr;
+  const int size = i2d_PKCS12(file.get(), &bytes);
+  const std::string content(reinterpret_cast<char*>(bytes), static_cast<std::size_t>(size));
+  OPENSSL_free(bytes);
+  sk_PKCS12_SAFEBAG_pop_free(certificates, PKCS12_SAFEBAG_free);
+  sk_PKCS12_SAFEBAG_pop_free(keys, PKCS12_SAFEBAG_free);
+  sk_PKCS7_pop_free(safes, PKCS7_free);
+
+  const OwnedStore store = ImportPfx(content, u"pw");
+  ASSERT_NE(store, nullptr);
+  std::vector<std::string> usable;
+  CERT_CHAIN_FIND_BY_ISSUER_PARA any{};
+  any.cbSize = sizeof(any);
+  PCCERT_CHAIN_CONTEXT chain = nullptr;
+  while ((chain = Certificates().find_chain(store.get(), X509_ASN_ENCODING, 0,
+                                            CERT_CHAIN_FIND_BY_ISSUER, &any, chain)) != nullptr) {
+    usable.push_back(DisplayName(chain->rgpChain[0]->rgpElement[0]->pCertContext));
+  }
+  EXPECT_EQ(usable, (std::vector<std::string>{"one", "two"}));
 }
 
 TEST(Certificates, KeepWhatBelongsToThem) {

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "platform/kernel32/temp_folder.h"
+#include "platform/replace_file.h"
 
 namespace {
 
@@ -219,6 +220,31 @@ TEST_F(Files, MoveReplacesOnlyWhenAsked) {
   EXPECT_EQ(Read("b"), "new");
   EXPECT_EQ(move("b", "c", 0), 0u);
   EXPECT_FALSE(std::filesystem::exists(PathOf("b")));
+}
+
+TEST_F(Files, ReplacingKeepsPermissionsAndLinks) {
+  Write("new", "new");
+  Write("old", "old");
+  chmod(PathOf("old").c_str(), 0640);
+  std::filesystem::create_symlink("old", PathOf("link"));
+  const auto replace = [this](const char* replaced, const char* replacement, DWORD flags = 0) {
+    SetLastError(0);
+    ReplaceFileW(NameOf(replaced).c_str(), NameOf(replacement).c_str(), nullptr, flags, nullptr,
+                 nullptr);
+    return GetLastError();
+  };
+  EXPECT_EQ(replace("old", "new", 1), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(replace("gone", "new"), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(replace("old", "gone"), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(replace("", "new"), ERROR_ACCESS_DENIED);
+  EXPECT_EQ(Read("old"), "old");
+  EXPECT_EQ(replace("link", "new"), 0u);
+  EXPECT_TRUE(std::filesystem::is_symlink(PathOf("link")));
+  EXPECT_EQ(Read("old"), "new");
+  struct stat status = {};
+  EXPECT_EQ(stat(PathOf("old").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777u, 0640u);
+  EXPECT_FALSE(std::filesystem::exists(PathOf("new")));
 }
 
 TEST_F(Files, CopyKeepsSourceAndTarget) {

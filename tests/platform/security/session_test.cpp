@@ -1,5 +1,6 @@
 // What happens in a session after its handshake, and what is left of it for the next one.
 #include <gtest/gtest.h>
+#include <openssl/err.h>
 
 #include <atomic>
 #include <string>
@@ -167,6 +168,35 @@ TEST(TlsSession, KeysAndHandshakesChangeOverTheNetwork) {
     }
     EXPECT_EQ(good, 3);
   }
+}
+
+// OpenSSL takes old errors in its queue for the reason of a failure, or a success for one.
+TEST(TlsSession, ErrorsOfTheApplicationStayItsOwn) {
+  TlsServer server(Server(TLS1_3_VERSION), [](TlsConnection& connection) {
+    const auto bytes = connection.ReadBytes(4);
+    if (bytes) connection.Send(*bytes);
+    connection.SendRaw("rubbish");
+    connection.WaitForCloseNotify();
+  });
+  ERR_clear_error();
+  ERR_raise_data(ERR_LIB_USER, 77, "of the application");
+  {
+    SocketTransport transport(server.port());
+    TlsClient client(transport);
+    ASSERT_EQ(client.Connect(), SEC_E_OK);
+    EXPECT_TRUE(client.Send("ping"));
+    EXPECT_EQ(client.Receive(), "ping");
+    EXPECT_EQ(client.Receive(), "");
+    EXPECT_EQ(client.status(), SEC_E_INVALID_TOKEN);
+  }
+  EXPECT_EQ(ImportPfx("rubbish", u""), nullptr);
+  const char* data = nullptr;
+  int flags = 0;
+  const unsigned long error = ERR_get_error_all(nullptr, nullptr, nullptr, &data, &flags);
+  EXPECT_EQ(ERR_GET_LIB(error), ERR_LIB_USER);
+  EXPECT_EQ(ERR_GET_REASON(error), 77);
+  EXPECT_STREQ(data, "of the application");
+  EXPECT_EQ(ERR_get_error(), 0u) << "nothing is left behind";
 }
 
 TEST(TlsResumption, IsBoundToNameAndProtocols) {

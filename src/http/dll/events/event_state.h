@@ -40,7 +40,9 @@ struct EventState {
   HWND notification_window = nullptr;  // subclassed; the platform posts socket notifications to it
   UINT notification_message = 0;
   int pauses = 0;            // nested NotificationPause
+  bool announced = false;    // a read notification of the library's own is on its way
   DWORD pending = 0;         // notifications (ws2::kFd...) that came while frozen
+  DWORD connect_error = 0;   // number of the socket error that came with a pending connect
   bool frozen = false;       // nothing is delivered
   bool dispatching = false;  // an event is being delivered
   int thread_freezes = 0;    // nested ThreadFreeze of which this session is the origin
@@ -48,6 +50,12 @@ struct EventState {
   // Whether the platform posts the socket's notifications now; the socket is then non-blocking.
   bool Notifies() const { return notification_window != nullptr && pauses == 0; }
 };
+
+// The lParam of a notification message: the notification below, the number of its error above.
+inline constexpr int kNotificationBits = 16;
+constexpr LPARAM PackNotification(LONG notification, DWORD socket_error) {
+  return static_cast<LPARAM>(static_cast<DWORD>(notification) | socket_error << kNotificationBits);
+}
 
 }  // namespace qv
 

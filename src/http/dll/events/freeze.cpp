@@ -17,14 +17,17 @@ void ReplayPending(Session& session) {
   EventState& events = session.events;
   for (const LONG notification : kReplayOrder) {
     if ((events.pending & static_cast<DWORD>(notification)) == 0) continue;
+    const DWORD error = notification == ws2::kFdConnect ? events.connect_error : 0;
     PostMessageA(events.notification_window, events.notification_message,
-                 static_cast<WPARAM>(session.connection.socket), notification);
+                 static_cast<WPARAM>(session.connection.socket),
+                 PackNotification(notification, error));
   }
   events.pending = 0;
 }
 
 void FreezeOthers(const Session& session, bool freeze) {
-  for (const SessionRef& other : SessionTable::Get().OwnedByThread()) {
+  std::size_t slot = 0;
+  while (const SessionRef other = SessionTable::Get().NextOwn(slot)) {
     if (other.get() != &session) FreezeEvents(*other, freeze);
   }
 }
@@ -44,7 +47,10 @@ SessionFreeze::SessionFreeze(Session& session)
   if (session_.events.notification_window != nullptr) session_.events.frozen = true;
 }
 
-SessionFreeze::~SessionFreeze() { session_.events.frozen = frozen_before_; }
+SessionFreeze::~SessionFreeze() {
+  EventState& events = session_.events;
+  events.frozen = frozen_before_ && events.notification_window != nullptr;
+}
 
 ThreadFreeze::ThreadFreeze(Session& session)
     : session_(session), active_(!session.events.frozen && notifying_sessions > 0) {

@@ -19,7 +19,8 @@ bool HasSocket(const Session& session) { return session.connection.socket != ws2
 
 Error StartNotifications(Session& session) {
   if (!HasSocket(session)) return kNoError;
-  const EventState& events = session.events;
+  EventState& events = session.events;
+  events.announced = false;  // the layer drops what is on its way
   const LONG wanted =
       kConnectedNotifications | (session.connection.connected ? 0 : ws2::kFdConnect);
   const int result = RequestNotifications(session.connection.socket, events.notification_window,
@@ -28,6 +29,7 @@ Error StartNotifications(Session& session) {
 }
 
 void StopNotifications(Session& session) {
+  session.events.announced = false;
   if (!HasSocket(session)) return;
   RequestNotifications(session.connection.socket, session.events.notification_window, 0, 0);
   SetBlocking(session.connection.socket, true);
@@ -52,9 +54,23 @@ Error AttachWindow(Session& session, HWND window) {
   session.events.notification_message = kNotificationMessage;
   CountNotifyingSessions(1);
   if (!session.events.Notifies()) return kNoError;
-  Error error = StartNotifications(session);
-  if (error) DetachWindow(session);
-  return error;
+  if (Error error = StartNotifications(session)) {
+    DetachWindow(session);
+    return error;
+  }
+  AnnounceBuffered(session);
+  return kNoError;
+}
+
+// Whether bytes were received that a read would deliver: those of a body or of a response that is
+// still to be read, or of a plain stream.
+bool HoldsInput(const Session& session) {
+  const Connection& connection = session.connection;
+  const ResponseState& response = session.response;
+  const bool body_follows = session.request.open && !response.framing.complete;
+  if (!response.pending && !body_follows && connection.used) return false;
+  if (!connection.input.empty()) return true;
+  return connection.channel != nullptr && connection.channel->HasBuffered();
 }
 
 }  // namespace
@@ -102,19 +118,30 @@ void ForgetWindow(HWND window) {
 }
 
 void RenewNotifications(Session& session) {
-  if (session.events.Notifies()) static_cast<void>(StartNotifications(session));
+  if (!session.events.Notifies()) return;
+  static_cast<void>(StartNotifications(session));
+  AnnounceBuffered(session);
 }
 
-NotificationPause::NotificationPause(Session& session)
-    : session_(session), active_(session.events.notification_window != nullptr) {
-  if (!active_) return;
+void AnnounceData(Session& session) {
+  EventState& events = session.events;
+  if (!events.Notifies() || events.announced || !HasSocket(session)) return;
+  events.announced = PostMessageA(events.notification_window, events.notification_message,
+                                  static_cast<WPARAM>(session.connection.socket),
+                                  PackNotification(ws2::kFdRead, 0)) != FALSE;
+}
+
+void AnnounceBuffered(Session& session) {
+  if (HoldsInput(session)) AnnounceData(session);
+}
+
+NotificationPause::NotificationPause(Session& session) : session_(session) {
   if (session_.events.Notifies()) StopNotifications(session_);
   ++session_.events.pauses;
   session_.events.pending &= ws2::kFdConnect;  // the rest is posted anew at the end
 }
 
 NotificationPause::~NotificationPause() {
-  if (!active_) return;
   --session_.events.pauses;
   if (session_.Alive()) RenewNotifications(session_);
 }

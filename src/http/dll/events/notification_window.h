@@ -29,8 +29,17 @@ void ForgetWindow(HWND window);
 // what can happen to the socket.
 void RenewNotifications(Session& session);
 
+// Posts a read notification of the library's own, unless one is on its way or the session has no
+// notifications now.
+void AnnounceData(Session& session);
+
+// The same when bytes are at hand that the platform will not announce any more, because they were
+// taken from the socket: in the receive buffer or in records of a secure channel.
+void AnnounceBuffered(Session& session);
+
 // Keeps a session in blocking mode, without notifications, for an operation that moves bytes. The
-// socket may be another one at its end. What is true of it then is posted anew.
+// socket may be another one at its end, and a window may have come. What is true of the socket then
+// is posted anew.
 class NotificationPause {
  public:
   explicit NotificationPause(Session& session);
@@ -40,7 +49,6 @@ class NotificationPause {
 
  private:
   Session& session_;
-  bool active_;
 };
 
 }  // namespace qv

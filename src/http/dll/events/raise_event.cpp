@@ -28,21 +28,37 @@ void Send(Session& session, DWORD event, Error error) {
                static_cast<LPARAM>(packed));
 }
 
+// Spans the delivery of one event, also when the callback leaves it with an exception. Nothing of a
+// session that was closed meanwhile is touched.
+class Delivery {
+ public:
+  explicit Delivery(Session& session) : session_(session), nested_(session.events.dispatching) {
+    FreezeEvents(session_, true);
+    session_.events.dispatching = true;
+  }
+  ~Delivery() {
+    if (!session_.Alive()) return;
+    session_.events.dispatching = nested_;
+    FreezeEvents(session_, false);
+  }
+  Delivery(const Delivery&) = delete;
+  Delivery& operator=(const Delivery&) = delete;
+
+ private:
+  Session& session_;
+  bool nested_;
+};
+
 }  // namespace
 
 void RaiseEvent(Session& session, Event event, Error error) {
   const auto bit = static_cast<DWORD>(event);
-  EventState& events = session.events;
+  const EventState& events = session.events;
   if ((events.mask & bit) == 0 || events.frozen || !session.Alive()) return;
-  const bool nested = events.dispatching;
-  FreezeEvents(session, true);
-  events.dispatching = true;
+  const Delivery delivery(session);
   if (error) SetLastError(error);
   Call(session, bit, error);
   Send(session, bit, error);
-  if (!session.Alive()) return;
-  events.dispatching = nested;
-  FreezeEvents(session, false);
 }
 
 }  // namespace qv

@@ -16,7 +16,6 @@
 namespace qv {
 namespace {
 
-constexpr int kNotificationBits = 16;  // of lParam: the notification below, its error above
 constexpr LPARAM kNotificationMask = 0xFFFF;
 constexpr DWORD kFirstSocketError = 10001;
 
@@ -49,20 +48,23 @@ void Deliver(Session& session, LONG notification, Error error) {
 
 // Whether the message is a notification for a session of the calling thread.
 bool HandleNotification(UINT message, WPARAM socket, LPARAM lparam) {
+  if (socket == static_cast<WPARAM>(ws2::kInvalidSocket)) return false;
   const SessionRef session = SessionTable::Get().FindBySocket(static_cast<ws2::Socket>(socket));
   if (!session) return false;
   EventState& events = session->events;
   if (events.notification_window == nullptr || message != events.notification_message) return false;
   // What is still true when the pause ends is posted again then.
   if (!events.Notifies()) return true;
+  const auto notification = static_cast<LONG>(lparam & kNotificationMask);
+  const auto number = static_cast<DWORD>(lparam >> kNotificationBits & kNotificationMask);
+  if (notification == ws2::kFdRead) events.announced = false;
   std::optional<ThreadFreeze> freeze_others;
   if (session->Has(HTTP_OPTION_SECURE)) freeze_others.emplace(*session);
-  const auto notification = static_cast<LONG>(lparam & kNotificationMask);
   if (events.frozen) {
     events.pending |= static_cast<DWORD>(notification);
+    if (notification == ws2::kFdConnect) events.connect_error = number;
     return true;
   }
-  const auto number = static_cast<DWORD>(lparam >> kNotificationBits & kNotificationMask);
   const Error error = number >= kFirstSocketError ? ErrorFromPlatform(number) : kNoError;
   if (error) SetLastError(error);
   Deliver(*session, notification, error);
@@ -75,7 +77,8 @@ LRESULT CALLBACK LibraryWindowProcedure(HWND window, UINT message, WPARAM wparam
                                         LPARAM lparam) noexcept {
   const std::optional<WNDPROC> previous = PreviousProcedure(window);
   if (!previous) return 0;
-  const bool handled = message >= WM_USER && Boundary<bool>(false, [&]() -> Result<bool> {
+  // What a callback has thrown ends here; the notification was the library's own all the same.
+  const bool handled = message >= WM_USER && Boundary<bool>(true, [&]() -> Result<bool> {
                          return HandleNotification(message, wparam, lparam);
                        });
   if (handled) return 0;

@@ -85,6 +85,7 @@ HFORM WINAPI HttpCreateFormA(LPCSTR lpszFormAction, UINT nFormMethod, UINT nForm
                              DWORD dwReserved) QV_NOEXCEPT {
   return qv::Boundary<HFORM>(INVALID_FORM, [&]() -> qv::Result<HFORM> {
     if (qv::Error error = qv::library::CheckInitialized()) return error;
+    if (qv::Error error = qv::CheckFormAction(lpszFormAction)) return error;
     const qv::FormChange properties{nFormMethod, nFormType, lpszFormAction};
     if (qv::Error error = qv::CheckFormChange(properties)) return error;
     if (nFormMethod != HTTP_METHOD_POST && nFormType == HTTP_FORM_MULTIPART) {

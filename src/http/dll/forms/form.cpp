@@ -29,12 +29,16 @@ std::string MakeBoundary(HFORM handle) {
 
 }  // namespace
 
+Error CheckFormAction(LPCSTR action) {
+  const std::string_view text = TextOf(action);
+  const bool fits = text.size() < kActionCapacity && !HasLineBreak(text);
+  return fits ? kNoError : Error(QV_ERROR_INVALID_FORM_ACTION);
+}
+
 Error CheckFormChange(const FormChange& change) {
   if (change.method > HTTP_METHOD_POST) return QV_ERROR_INVALID_FORM_METHOD;
   if (change.type > HTTP_FORM_MULTIPART) return QV_ERROR_INVALID_FORM_TYPE;
-  const std::string_view action = TextOf(change.action);
-  const bool fits = action.size() < kActionCapacity && !HasLineBreak(action);
-  return fits ? kNoError : Error(QV_ERROR_INVALID_FORM_ACTION);
+  return CheckFormAction(change.action);
 }
 
 Result<std::string> FieldName(std::string_view name) {

@@ -48,8 +48,10 @@ struct FormChange {
   LPCSTR action = nullptr;
 };
 
-// QV_ERROR_INVALID_FORM_METHOD, QV_ERROR_INVALID_FORM_TYPE, QV_ERROR_INVALID_FORM_ACTION (too long,
-// or with a line break).
+// QV_ERROR_INVALID_FORM_ACTION: too long, or with a line break.
+Error CheckFormAction(LPCSTR action);
+
+// QV_ERROR_INVALID_FORM_METHOD, QV_ERROR_INVALID_FORM_TYPE, QV_ERROR_INVALID_FORM_ACTION.
 Error CheckFormChange(const FormChange& change);
 
 // A field's name as a form keeps it, cut to its capacity. QV_ERROR_INVALID_FORM_FIELD for one with

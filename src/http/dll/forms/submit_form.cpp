@@ -8,40 +8,23 @@ namespace {
 
 constexpr DWORD kMajorVersionShift = 16;
 
-// The type of a multipart document, for the request that is sent in the scope: neither later
-// requests nor those after a failure get it.
-class MultipartType {
- public:
-  MultipartType(Session& session, const std::string& boundary) : session_(session) {
-    HeaderEntry& type =
-        session.request.headers.Set(kName, "multipart/form-data; boundary=" + boundary);
-    type.lifetime = Lifetime::kNextRequest;
-  }
-  ~MultipartType() {
-    const HeaderEntry* type = session_.request.headers.Find(kName);
-    const bool unused = type != nullptr && type->lifetime == Lifetime::kNextRequest;
-    if (unused) session_.request.headers.Remove(kName);
-  }
-  MultipartType(const MultipartType&) = delete;
-  MultipartType& operator=(const MultipartType&) = delete;
+constexpr std::string_view kTypeHeader = "Content-Type";
 
- private:
-  static constexpr std::string_view kName = "Content-Type";
-
-  Session& session_;
-};
-
-INT Post(Session& session, const FormContent& form, const std::string& body, LPVOID result,
-         LPDWORD result_length, DWORD options) {
-  std::optional<MultipartType> type;
-  if (form.IsMultipart()) {
-    type.emplace(session, form.boundary);
-    options |= HTTP_POST_MULTIPART;
-  } else {
-    options &= ~HTTP_POST_MULTIPART;
-  }
-  return HttpPostDataA(session.handle, form.action.c_str(), body.data(),
-                       static_cast<DWORD>(body.size()), result, result_length, options);
+// Sends a multipart document. Its type is for this request alone: what the application has set is
+// back afterwards, also when nothing was sent.
+INT PostMultipart(Session& session, const FormContent& form, const std::string& body, LPVOID result,
+                  LPDWORD result_length, DWORD options) {
+  HeaderList& headers = session.request.headers;
+  std::optional<HeaderEntry> own_type;
+  if (const HeaderEntry* type = headers.Find(kTypeHeader)) own_type = *type;
+  headers.Set(kTypeHeader, "multipart/form-data; boundary=" + form.boundary).lifetime =
+      Lifetime::kNextRequest;
+  const INT result_code = HttpPostDataA(session.handle, form.action.c_str(), body.data(),
+                                        static_cast<DWORD>(body.size()), result, result_length,
+                                        options | HTTP_POST_MULTIPART);
+  headers.Remove(kTypeHeader);
+  if (own_type) headers.Set(kTypeHeader, own_type->value).lifetime = own_type->lifetime;
+  return result_code;
 }
 
 }  // namespace
@@ -54,8 +37,12 @@ Result<INT> SubmitForm(Session& session, const FormContent& form, LPVOID result,
   const Result<std::string> body = EncodeForm(form);
   if (!body) return body.error();
   INT result_code = HTTP_ERROR;
-  if (form.IsPost()) {
-    result_code = Post(session, form, *body, result, result_length, options);
+  if (form.IsMultipart()) {
+    result_code = PostMultipart(session, form, *body, result, result_length, options);
+  } else if (form.IsPost()) {
+    result_code = HttpPostDataA(session.handle, form.action.c_str(), body->data(),
+                                static_cast<DWORD>(body->size()), result, result_length,
+                                options & ~HTTP_POST_MULTIPART);
   } else {
     const std::string resource = form.action + "?" + *body;
     result_code = HttpGetDataA(session.handle, resource.c_str(), result, result_length, options);

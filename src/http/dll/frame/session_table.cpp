@@ -77,6 +77,16 @@ SessionRef SessionTable::FindByWindow(HWND notification_window) {
   });
 }
 
+SessionRef SessionTable::NextOwn(std::size_t& slot) {
+  const DWORD thread = GetCurrentThreadId();
+  LibraryLock lock;
+  while (slot < slots_.size()) {
+    const SessionRef& session = slots_[slot++];
+    if (session && session->owner == thread) return session;
+  }
+  return nullptr;
+}
+
 std::vector<SessionRef> SessionTable::OwnedByThread(DWORD thread_id) {
   const DWORD thread = thread_id != 0 ? thread_id : GetCurrentThreadId();
   std::vector<SessionRef> sessions;

@@ -35,6 +35,10 @@ class SessionTable {
   SessionRef FindBySocket(ws2::Socket socket);
   SessionRef FindByWindow(HWND notification_window);
 
+  // Walks over the calling thread's sessions without taking memory: the first one in or behind slot
+  // `slot`, which moves behind it; NULL at the end.
+  SessionRef NextOwn(std::size_t& slot);
+
   // All sessions of a thread (0 = the calling one).
   std::vector<SessionRef> OwnedByThread(DWORD thread_id = 0);
 

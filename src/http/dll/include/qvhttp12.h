@@ -871,9 +871,10 @@ HTTPAPI INT WINAPI HttpPostFileW(HCLIENT hClient, LPCWSTR lpszFileName, LPCWSTR 
  * and _WRITE in the mask the session becomes asynchronous: its socket does not block, HttpRead and
  * HttpWrite fail with QV_ERROR_OPERATION_WOULD_BLOCK instead of waiting, HttpCommand returns 0
  * without waiting for the response (HttpGetResultCode reads it, at the latest in HTTP_EVENT_READ);
- * functions that transfer a whole body wait as ever. Events are delivered by the message loop of
- * the session's thread, and by the calls that cause them. While one is delivered, further ones
- * wait.
+ * functions that transfer a whole body wait as ever, and so do redirects and new connections after
+ * the first. HTTP_EVENT_READ comes again as long as HttpRead leaves something. Events are delivered
+ * by the message loop of the session's thread, and by the calls that cause them. While one is
+ * delivered, further ones wait.
  *
  * 0 or HTTP_ERROR: QV_ERROR_INVALID_PARAMETER (not a window, or uEventMsg below WM_USER),
  * QV_ERROR_NOT_HANDLE_OWNER (the window of another thread), QV_ERROR_OPERATION_IN_PROGRESS (from
@@ -943,7 +944,8 @@ HTTPAPI INT WINAPI HttpOpenFileExW(HCLIENT hClient, LPCWSTR lpszFileName, DWORD 
 /*
  * Opens a resource for writing with PUT: qwFileLength bytes follow with HttpWrite, and
  * HttpCloseFile reads the response. Closing it with fewer bytes written closes the connection.
- * Returns 200, or HTTP_ERROR: QV_ERROR_INVALID_RESOURCE, QV_ERROR_INVALID_PARAMETER (length 0),
+ * Returns 200 (0 in an asynchronous session, whose response is announced once all is written), or
+ * HTTP_ERROR: QV_ERROR_INVALID_RESOURCE, QV_ERROR_INVALID_PARAMETER (length 0),
  * QV_ERROR_INVALID_CONTENT_RANGE, QV_ERROR_INVALID_FILE_TYPE, errors of HttpCommand.
  */
 HTTPAPI INT WINAPI HttpCreateFileA(HCLIENT hClient, LPCSTR lpszFileName, DWORD dwFileLength,

@@ -106,7 +106,8 @@ HTTPAPI INT WINAPI HttpSetFormPropertiesW(HFORM hForm,
  *   lpszFieldName  NULL or empty: "Field1", "Field2"… by its place
  *   lpFieldData, cbFieldData
  *                  any bytes; 0xFFFFFFFF: a text up to its terminator; NULL or 0: no value. In the
- * W form a text is UTF-16 and goes out as UTF-8; bytes stay as they are dwReserved     not read
+ *                  W form a text is UTF-16 and goes out as UTF-8; bytes stay as they are
+ *   dwReserved     not read
  *
  * 0, or HTTP_ERROR: QV_ERROR_INVALID_FORM_FIELD (a name with a line break),
  * QV_ERROR_INVALID_UNICOODE (W form: half of a surrogate pair), QV_ERROR_OUT_OF_MEMORY.

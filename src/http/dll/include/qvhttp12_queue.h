@@ -263,7 +263,7 @@ HTTPAPI BOOL WINAPI HttpResumeQueue(HQUEUE hQueue) QV_NOEXCEPT;
 
 /*
  * Cancels a waiting file, or ends the transfer of the one in progress (dwFileId 0, or its id) with
- * QV_ERROR_OPERATION_CANCELED; while it is still connecting, the connect ends first. Nonzero, or 0:
+ * QV_ERROR_OPERATION_CANCELED, also while it is still connecting. Nonzero, or 0:
  * QV_ERROR_QUEUE_STOPPED (0 without a worker), QV_ERROR_FILE_NOT_QUEUED (also 0 between two
  * transfers), QV_ERROR_INVALID_QUEUE_FILE (not waiting any more).
  */

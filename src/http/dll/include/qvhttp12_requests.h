@@ -130,7 +130,8 @@ HTTPAPI BOOL WINAPI HttpVerifyFileW(HCLIENT hClient, LPCWSTR lpszLocalFile, LPCW
  *   lpvResponse, lpdwResponseLength
  *                  where the body goes, both may be NULL: on entry the capacity of the buffer in
  *                  bytes, or 0 when lpvResponse is the address of an HGLOBAL, which receives a
- * memory block that the caller frees (NULL for an empty body); on return the length
+ *                  memory block that the caller frees (NULL for an empty body); on return the
+ *                  length
  *
  * The content type of the data is lpszContentType, or is guessed: application/json for what begins
  * with "{" or "[", application/xml ("<?"), text/plain, application/octet-stream for what is no

@@ -36,6 +36,7 @@
 #define QVHTTP12_TASKS_H
 
 #include "qvhttp12.h"
+#include "qvhttp12_forms.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -132,6 +133,18 @@ HTTPAPI DWORD WINAPI HttpAsyncPostXmlW(HCLIENT hClient, LPCWSTR lpszResource, LP
                                        LPVOID lpvResult, LPDWORD lpcbResult, DWORD dwOptions,
                                        HTTPEVENTPROC lpEventProc, DWORD_PTR dwParam) QV_NOEXCEPT;
 
+/*
+ * HttpSubmitForm as a task. It needs a session, whose server the form goes to, and a form
+ * (QV_ERROR_INVALID_FORM_HANDLE): what it holds when the task has connected is sent, and if it is
+ * destroyed before, the task fails.
+ */
+HTTPAPI DWORD WINAPI HttpAsyncSubmitFormA(HCLIENT hClient, HFORM hForm, LPVOID lpvResult,
+                                          LPDWORD lpcbResult, DWORD dwOptions,
+                                          HTTPEVENTPROC lpEventProc, DWORD_PTR dwParam) QV_NOEXCEPT;
+HTTPAPI DWORD WINAPI HttpAsyncSubmitFormW(HCLIENT hClient, HFORM hForm, LPVOID lpvResult,
+                                          LPDWORD lpcbResult, DWORD dwOptions,
+                                          HTTPEVENTPROC lpEventProc, DWORD_PTR dwParam) QV_NOEXCEPT;
+
 /* ==== Observing and steering ================================================================== */
 
 /*
@@ -224,6 +237,7 @@ HTTPAPI INT WINAPI HttpEnumTasks(LPDWORD lpTasks, INT nMaxTasks, DWORD dwOptions
 #define HttpAsyncPostJson HttpAsyncPostJsonW
 #define HttpAsyncPostText HttpAsyncPostTextW
 #define HttpAsyncPostXml HttpAsyncPostXmlW
+#define HttpAsyncSubmitForm HttpAsyncSubmitFormW
 #else
 #define HttpAsyncGetFile HttpAsyncGetFileA
 #define HttpAsyncGetFileEx HttpAsyncGetFileExA
@@ -235,6 +249,7 @@ HTTPAPI INT WINAPI HttpEnumTasks(LPDWORD lpTasks, INT nMaxTasks, DWORD dwOptions
 #define HttpAsyncPostJson HttpAsyncPostJsonA
 #define HttpAsyncPostText HttpAsyncPostTextA
 #define HttpAsyncPostXml HttpAsyncPostXmlA
+#define HttpAsyncSubmitForm HttpAsyncSubmitFormA
 #endif
 
 #ifdef __cplusplus

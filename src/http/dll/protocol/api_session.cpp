@@ -44,7 +44,9 @@ INT WINAPI HttpDisconnect(HCLIENT hClient) QV_NOEXCEPT {
                                     const qv::Error error = session.engine->Disconnect(session);
                                     if (error == qv::Error(QV_ERROR_OPERATION_IN_PROGRESS))
                                       return error;
-                                    qv::SessionTable::Get().Release(hClient);
+                                    if (session.Alive()) {
+                                      qv::SessionTable::Get().Release(hClient);
+                                    }
                                     return 0;
                                   });
 }

@@ -1,6 +1,7 @@
 #include "protocol/body_reader.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "frame/session.h"
 #include "protocol/chunked.h"
@@ -26,34 +27,37 @@ Result<std::size_t> ReadLength(Session& session, char* buffer, std::size_t size)
   return count;
 }
 
-// Reads one piece of the current chunk, after its size line if that is still to come; 0 at the end.
-Result<std::size_t> ReadChunkPiece(Session& session, char* buffer, std::size_t size) {
+// Takes what the receive buffer holds of the current chunk and of those that follow it.
+std::size_t TakeChunks(Session& session, char* buffer, std::size_t size) {
   BodyFraming& framing = session.response.framing;
+  ReceiveBuffer& input = session.connection.input;
+  std::size_t total = 0;
+  while (total < size && !input.empty()) {
+    if (framing.remaining == 0 && !TakeChunkSize(session)) break;
+    const std::size_t count =
+        std::min({size - total, input.size(), static_cast<std::size_t>(framing.remaining)});
+    std::memcpy(buffer + total, input.view().data(), count);
+    input.Consume(count);
+    framing.remaining -= count;
+    total += count;
+  }
+  return total;
+}
+
+// Waits only when there is nothing at hand.
+Result<std::size_t> ReadChunks(Session& session, char* buffer, std::size_t size) {
+  BodyFraming& framing = session.response.framing;
+  if (const std::size_t count = TakeChunks(session, buffer, size); count > 0) return count;
   if (framing.remaining == 0) {
     Result<uint32_t> chunk = ReadChunkSize(session);
     if (!chunk) return chunk.error();
-    framing.remaining = *chunk;
-    if (*chunk == 0) {
-      framing.complete = true;
-      return std::size_t{0};
-    }
+    if (*chunk == 0) return std::size_t{0};
   }
   const std::size_t wanted = static_cast<std::size_t>(std::min<uint64_t>(size, framing.remaining));
   Result<std::size_t> count = ReadUntilClose(session, buffer, wanted);
-  if (count) framing.remaining -= *count;
-  return count;
-}
-
-// Small chunks that are already in the receive buffer are gathered into one read.
-Result<std::size_t> ReadChunks(Session& session, char* buffer, std::size_t size) {
-  std::size_t total = 0;
-  do {
-    Result<std::size_t> count = ReadChunkPiece(session, buffer + total, size - total);
-    if (!count) return count;  // what was read of a size line is lost, so it cannot be met again
-    if (*count == 0) break;
-    total += *count;
-  } while (total < size && !session.connection.input.empty());
-  return total;
+  if (!count) return count;
+  framing.remaining -= *count;
+  return *count + TakeChunks(session, buffer + *count, size - *count);
 }
 
 // The counters describe the body from its first read on.

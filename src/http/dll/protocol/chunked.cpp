@@ -1,7 +1,11 @@
 #include "protocol/chunked.h"
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <iterator>
 #include <limits>
-#include <string>
+#include <string_view>
 
 #include "frame/session.h"
 #include "frame/text.h"
@@ -13,54 +17,67 @@ namespace {
 
 constexpr std::size_t kLongestSizeLine = 255;
 constexpr std::size_t kMostBlankLines = 8;  // one ends the data of the chunk before
+constexpr std::string_view kLineEnd = "\r\n";
 
+constexpr auto kHexValues = [] {  // above 15: no digit
+  std::array<unsigned char, 256> values{};
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    values[i] = static_cast<unsigned char>(HexValue(static_cast<char>(i)));
+  }
+  return values;
+}();
+
+// A line at the front of the input.
 struct SizeLine {
-  char text[kLongestSizeLine];
-  std::size_t length = 0;
-  std::size_t blank_lines = 0;
-  bool ended = false;  // the connection ended before the line did
+  std::string_view text;
+  std::size_t end = 0;  // bytes up to behind its line end; 0 while that has not come
 };
 
-// Takes bytes up to the line end; whether it was there. The CR LF behind the data of the chunk
-// before is an empty line, which is skipped.
-Result<bool> TakeLine(std::string_view bytes, SizeLine& line, std::size_t& taken) {
-  for (taken = 0; taken < bytes.size();) {
-    const char c = bytes[taken++];
-    if (c == '\n' && line.length > 0 && line.text[line.length - 1] == '\r') {
-      --line.length;
-      if (line.length > 0) return true;
-      if (++line.blank_lines > kMostBlankLines) return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
-      continue;
-    }
-    if (line.length == kLongestSizeLine) return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
-    line.text[line.length++] = c;
+// The CR LF behind the data of the chunk before is an empty line, which is skipped.
+Result<SizeLine> FindLine(std::string_view bytes) {
+  std::size_t begin = 0;
+  while (bytes.substr(begin).starts_with(kLineEnd)) {
+    begin += kLineEnd.size();
+    if (begin > kMostBlankLines * kLineEnd.size()) return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
   }
-  return false;
+  const std::string_view rest = bytes.substr(begin, kLongestSizeLine + 1);
+  for (std::size_t at = rest.find('\n'); at != rest.npos; at = rest.find('\n', at + 1)) {
+    if (at > 0 && rest[at - 1] == '\r') return SizeLine{rest.substr(0, at - 1), begin + at + 1};
+  }
+  if (rest.size() > kLongestSizeLine) return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
+  return SizeLine{rest, 0};
 }
 
-Error ReadLine(Session& session, SizeLine& line) {
-  ReceiveBuffer& input = session.connection.input;
-  while (true) {
-    Result<INT> waiting = FillInput(session);
-    if (!waiting) return waiting.error();
-    if (Error error = session.CheckAlive()) return error;
-    if (*waiting == 0) {
-      line.ended = true;
-      return line.length > 0 ? Error(QV_ERROR_CONNECTION_CLOSED) : kNoError;
-    }
-    std::size_t taken = 0;
-    Result<bool> complete = TakeLine(input.view(), line, taken);
-    input.Consume(taken);
-    if (!complete) return complete.error();
-    if (*complete) return kNoError;
+// A size line as nearly all are: the line end of the chunk before, a few digits, a line end. The
+// size is 0 for any other one.
+struct PlainLine {
+  uint32_t size = 0;
+  std::size_t end = 0;
+};
+
+PlainLine FindPlainLine(std::string_view bytes) {
+  constexpr int kDigitBits = 4;
+  constexpr uint32_t kDigits = 1U << kDigitBits;
+  constexpr std::ptrdiff_t kMostDigits = 7;  // they fit, whatever they are
+  if (bytes.size() < 2 * kLineEnd.size()) return {};
+  const char* digits = bytes.data();
+  const char* const last = bytes.data() + bytes.size() - 1;
+  if (digits[0] == '\r' && digits[1] == '\n') digits += kLineEnd.size();
+  uint32_t size = 0;
+  const char* at = digits;
+  for (; at < last; ++at) {
+    const uint32_t digit = kHexValues[static_cast<unsigned char>(*at)];
+    if (digit >= kDigits) break;
+    size = size << kDigitBits | digit;
   }
+  if (at >= last || at[0] != '\r' || at[1] != '\n' || at - digits > kMostDigits) return {};
+  return {size, static_cast<std::size_t>(at - bytes.data()) + kLineEnd.size()};
 }
 
-// The hexadecimal number at the start of the line; 0 without one, as in an empty line.
-Result<uint32_t> ParseSize(Session& session, std::string_view line) {
+// The hexadecimal number at the start of the line; 0 without one.
+Result<uint32_t> ParseSize(std::string_view line) {
   constexpr int kDigitBits = 4;
   uint32_t size = 0;
-  if (line.empty() || HexValue(line.front()) < 0) session.response.reusable = false;
   for (char c : line) {
     const int digit = HexValue(c);
     if (digit < 0) break;
@@ -70,6 +87,29 @@ Result<uint32_t> ParseSize(Session& session, std::string_view line) {
     size = size << kDigitBits | static_cast<uint32_t>(digit);
   }
   return size;
+}
+
+// Waits for a whole line; one without end means that the connection ended before it.
+Result<SizeLine> AwaitLine(Session& session) {
+  while (true) {
+    Result<SizeLine> line = FindLine(session.connection.input.view());
+    if (!line || line->end > 0) return line;
+    const bool begun = !line->text.empty();
+    Result<INT> received = FillMore(session);
+    if (!received) return received.error();
+    if (Error error = session.CheckAlive()) return error;
+    if (*received == 0) return begun ? Error(QV_ERROR_CONNECTION_CLOSED) : Result(SizeLine{});
+  }
+}
+
+// Fields that say how a message is framed or what its body is cannot come behind it (RFC 9110
+// section 6.5.1).
+bool BelongsInHeader(std::string_view name) {
+  constexpr std::string_view kNames[] = {"Connection",    "Content-Encoding",  "Content-Length",
+                                         "Content-Range", "Content-Type",      "Location",
+                                         "Trailer",       "Transfer-Encoding", "Upgrade"};
+  return std::any_of(std::begin(kNames), std::end(kNames),
+                     [&](std::string_view other) { return EqualsNoCase(name, other); });
 }
 
 Error ReadTrailer(Session& session) {
@@ -85,20 +125,43 @@ Error ReadTrailer(Session& session) {
     if (colon == line.npos) continue;
     const std::string_view name = TrimRight(line.substr(0, colon));
     const std::string_view value = TrimLeft(line.substr(colon + 1));
-    if (!name.empty() && !value.empty()) session.response.headers.Append(name, value);
+    if (name.empty() || value.empty() || BelongsInHeader(name)) continue;
+    session.response.headers.Append(name, value);
   }
 }
 
 }  // namespace
 
+bool TakeChunkSize(Session& session) {
+  ReceiveBuffer& input = session.connection.input;
+  if (const PlainLine plain = FindPlainLine(input.view()); plain.size > 0) {
+    session.response.framing.remaining = plain.size;
+    input.Consume(plain.end);
+    return true;
+  }
+  const Result<SizeLine> line = FindLine(input.view());
+  if (!line || line->end == 0) return false;
+  const Result<uint32_t> size = ParseSize(line->text);
+  if (!size || *size == 0) return false;
+  session.response.framing.remaining = *size;
+  input.Consume(line->end);
+  return true;
+}
+
 Result<uint32_t> ReadChunkSize(Session& session) {
-  SizeLine line;
-  if (Error error = ReadLine(session, line)) return error;
-  if (line.ended) return uint32_t{0};
-  Result<uint32_t> size = ParseSize(session, {line.text, line.length});
-  if (!size || *size > 0) return size;
+  BodyFraming& framing = session.response.framing;
+  Result<SizeLine> line = AwaitLine(session);
+  if (!line) return line.error();
+  if (line->end == 0) return uint32_t{0};
+  Result<uint32_t> size = ParseSize(line->text);
+  if (!size) return size;
+  if (HexValue(line->text.front()) < 0) session.response.reusable = false;
+  session.connection.input.Consume(line->end);
+  framing.remaining = *size;
+  if (*size > 0) return size;
   if (Error error = ReadTrailer(session)) return error;
-  return uint32_t{0};
+  framing.complete = true;
+  return size;
 }
 
 }  // namespace qv

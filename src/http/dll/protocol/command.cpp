@@ -3,9 +3,11 @@
 #include <optional>
 #include <string>
 
+#include "events/notification_window.h"
 #include "frame/error_slot.h"
 #include "frame/session.h"
 #include "frame/text.h"
+#include "protocol/early_answer.h"
 #include "protocol/parameters.h"
 #include "protocol/request_writer.h"
 #include "protocol/response_reader.h"
@@ -16,26 +18,37 @@ namespace qv {
 namespace {
 
 constexpr INT kResultOk = 200;
+constexpr DWORD kJustUsedMs = 10;
+
+// Whether a look at the socket would only cost time: the connection was in use a moment ago, and
+// the request is sent again where it finds the connection gone.
+bool WasJustUsed(const Session& session, Method method) {
+  const DWORD end = session.transfer.end_tick;
+  return IsSafe(method) && end != 0 && TransferCounters::Now() - end < kJustUsedMs;
+}
 
 // Whether the connection may still hold something of an earlier exchange, or is at its end.
-bool IsSpent(Session& session) {
+bool IsSpent(Session& session, Method method) {
   const Connection& connection = session.connection;
   const ResponseState& response = session.response;
   if (connection.peer_closed || connection.channel == nullptr) return true;
   if (!connection.used) return false;
-  return response.pending || !response.reusable || response.close_seen ||
-         !response.framing.complete || HasUnaskedInput(session);
+  if (response.pending || !response.reusable || response.close_seen || !response.framing.complete ||
+      !connection.input.empty()) {
+    return true;
+  }
+  return !WasJustUsed(session, method) && HasUnaskedInput(session);
 }
 
 // Connects again where the connection cannot carry another request.
-Error RenewConnection(Session& session) {
+Error RenewConnection(Session& session, Method method) {
   const bool closing = session.request.keep_alive_sent && session.response.close_seen;
   if (closing || session.response.server_error) {
     if (Error error = session.engine->Reconnect(session)) return error;
     SetLastError(kNoError);  // the failure that made it necessary is over
     return kNoError;
   }
-  if (!IsSpent(session)) return kNoError;
+  if (!IsSpent(session, method)) return kNoError;
   session.connection.peer_closed = true;
   if (!session.Has(HTTP_OPTION_KEEPALIVE)) return QV_ERROR_CONNECTION_CLOSED;
   return session.engine->Reconnect(session);
@@ -60,21 +73,40 @@ uint64_t DeclaredLength(const RequestState& request, const CommandArguments& arg
   return header != nullptr ? ParseLeadingDecimal(header->value).value_or(0) : 0;
 }
 
+// Whether the application writes the body of a PUT next. With notifications the response is
+// announced when it comes, so that a PUT without a length needs no end.
+bool IsWrittenPut(const Session& session, const CommandArguments& arguments) {
+  if (session.request.method != Method::kPut) return false;
+  return !session.events.Notifies() || DeclaredLength(session.request, arguments) > 0;
+}
+
+// The body comes with Write; whoever writes it does not wait for an interim response.
+void BeginStreaming(Session& session, const CommandArguments& arguments) {
+  RequestState& request = session.request;
+  if (request.method == Method::kPut) request.keep_alive_sent = false;
+  request.expect_continue = false;
+  request.streaming = request.streamed = true;
+  request.declared = DeclaredLength(request, arguments);
+  request.written = 0;
+  if (!session.events.Notifies()) session.response.result_code = kResultOk;
+}
+
 Result<INT> WriteAndRead(Session& session, const CommandArguments& arguments) {
   RequestState& request = session.request;
-  if (Error error = WriteRequest(session, arguments)) return error;
-  const bool body_follows = request.parameters.empty() &&
-                            (request.method == Method::kPut || arguments.declared_length > 0);
-  if (body_follows && session.response.pending) {
-    if (request.method == Method::kPut) request.keep_alive_sent = false;
-    request.streaming = request.streamed = true;
-    request.declared = DeclaredLength(request, arguments);
-    request.written = 0;
-    session.response.result_code = kResultOk;
+  const Error write_error = WriteRequest(session, arguments);
+  const bool body_follows = request.parameters.empty() && !arguments.complete &&
+                            (IsWrittenPut(session, arguments) || arguments.declared_length > 0);
+  if (write_error) {
+    if (request.repeatable) return write_error;
+    Result<INT> answer = AnswerToBrokenRequest(session, write_error);
+    if (!answer) return answer;
+  } else if (body_follows && session.response.pending) {
+    BeginStreaming(session, arguments);
   } else if (!session.events.Notifies()) {
     if (Error error = ReadResponseHeader(session)) return error;
   }
   if (request.method != Method::kHead) request.open = true;
+  AnnounceBuffered(session);
   return session.response.result_code;
 }
 
@@ -99,11 +131,14 @@ Result<INT> WriteAndReadSafely(Session& session, const CommandArguments& argumen
 Result<INT> Start(Session& session, const CommandArguments& arguments, bool resend) {
   if (session.request.writing) return Error(QV_ERROR_OPERATION_IN_PROGRESS);
   if (session.request.open) return Error(QV_ERROR_REQUEST_NOT_COMPLETED);
-  if (Error error = RenewConnection(session)) return error;
+  std::string method_name = ToUpperCopy(arguments.method);
+  const Method method = MethodOf(method_name);
+  if (Error error = RenewConnection(session, method)) return error;
   RequestState& request = session.request;
-  request.method_name = ToUpperCopy(arguments.method);
-  request.method = MethodOf(request.method_name);
+  request.method_name = std::move(method_name);
+  request.method = method;
   request.streaming = request.streamed = false;
+  request.complete = arguments.complete;
   session.response.Reset();
   session.transfer.Reset();
   Result<std::string> parameters =

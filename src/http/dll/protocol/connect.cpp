@@ -142,7 +142,7 @@ Error OpenConnection(Session& session, const Destination& destination, const Con
 
 }  // namespace
 
-Result<HCLIENT> ConnectSession(ConnectArguments arguments) {
+Result<HCLIENT> ConnectSession(ConnectArguments arguments, const SessionObserver& created) {
   Result<Destination> destination = MakeDestination(arguments);
   if (!destination) return destination.error();
   FallBackToHttp1(*destination);
@@ -159,6 +159,7 @@ Result<HCLIENT> ConnectSession(ConnectArguments arguments) {
   }
   Result<SessionRef> session = SessionTable::Get().Create();
   if (!session) return session.error();
+  if (created) created(*session);
   if (Error error = OpenConnection(**session, *destination, manner, arguments.credentials)) {
     SessionTable::Get().Release((*session)->handle);
     return error;

@@ -2,7 +2,10 @@
 #ifndef QV_PROTOCOL_CONNECT_H_
 #define QV_PROTOCOL_CONNECT_H_
 
+#include <functional>
+
 #include "frame/error.h"
+#include "frame/session_table.h"
 #include "qvhttp12.h"
 
 namespace qv {
@@ -19,8 +22,11 @@ struct ConnectArguments {
   SECURITYCREDENTIALSA* credentials = nullptr;
 };
 
-// The contract of HttpConnect.
-Result<HCLIENT> ConnectSession(ConnectArguments arguments);
+// Told of a session between its creation and its connect, so that other threads can cancel that.
+using SessionObserver = std::function<void(const SessionRef&)>;
+
+// The contract of HttpConnect. A session whose connect fails is gone on return.
+Result<HCLIENT> ConnectSession(ConnectArguments arguments, const SessionObserver& created = {});
 
 // The contract of HttpConnectUrl.
 Result<HCLIENT> ConnectUrl(LPCSTR url, UINT timeout, DWORD options);

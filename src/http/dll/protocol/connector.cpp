@@ -90,6 +90,22 @@ Result<bool> Connect(Session& session, const ConnectManner& manner) {
   return manner.window == nullptr;
 }
 
+// Releases a session whose connect failed, unless the application has closed it: its handle may
+// belong to another session by then.
+class ReleaseOnFailure {
+ public:
+  ReleaseOnFailure(Session& session, Error error) : session_(session), failed_(error) {}
+  ~ReleaseOnFailure() {
+    if (failed_ && session_.Alive()) SessionTable::Get().Release(session_.handle);
+  }
+  ReleaseOnFailure(const ReleaseOnFailure&) = delete;
+  ReleaseOnFailure& operator=(const ReleaseOnFailure&) = delete;
+
+ private:
+  Session& session_;
+  bool failed_;
+};
+
 }  // namespace
 
 Error ConnectSocketOf(Session& session, const ConnectManner& manner) {
@@ -100,7 +116,9 @@ Error ConnectSocketOf(Session& session, const ConnectManner& manner) {
   operation.blocking = false;
   if (!connected) return connected.error();
   if (!*connected) return kNoError;
-  operation.status = previous_status == HTTP_STATUS_UNUSED ? HTTP_STATUS_IDLE : previous_status;
+  const bool first =
+      previous_status == HTTP_STATUS_UNUSED || previous_status == HTTP_STATUS_CONNECT;
+  operation.status = first ? HTTP_STATUS_IDLE : previous_status;
   return Establish(session);
 }
 
@@ -111,19 +129,18 @@ void CompleteConnect(Session& session, Error error) {
     session.operation.status = HTTP_STATUS_IDLE;
     RenewNotifications(session);  // the connect is over
   }
+  const ReleaseOnFailure release(session, error);
   RaiseEvent(session, Event::kConnect, error);
-  if (error) SessionTable::Get().Release(session.handle);
 }
 
 Error ReconnectSession(Session& session, const ConnectManner& manner) {
   if (session.operation.blocking) return QV_ERROR_OPERATION_IN_PROGRESS;
   const NotificationPause pause(session);
   session.connection.CloseSocket();
+  session.events.pending = 0;  // it was about that socket
   Error error = ConnectSocketOf(session, manner);
-  if (error) {
-    SessionTable::Get().Release(session.handle);
-    return error;
-  }
+  const ReleaseOnFailure release(session, error);
+  if (error) return error;
   session.response.pending = false;
   session.response.server_error = false;
   session.response.Reset();

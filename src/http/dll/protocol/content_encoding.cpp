@@ -20,7 +20,7 @@ struct NamedEncoding {
 constexpr NamedEncoding kEncodings[] = {
     {"identity", ContentEncoding::kIdentity}, {"compress", ContentEncoding::kCompress},
     {"deflate", ContentEncoding::kDeflate},   {"gzip", ContentEncoding::kGzip},
-    {"zlib", ContentEncoding::kZlib},
+    {"zlib", ContentEncoding::kZlib},         {"x-gzip", ContentEncoding::kGzip},
 };
 
 }  // namespace

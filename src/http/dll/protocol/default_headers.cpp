@@ -5,6 +5,7 @@
 
 #include "frame/session.h"
 #include "frame/text.h"
+#include "protocol/engine.h"
 #include "protocol/headers.h"
 #include "protocol/request_target.h"
 #include "protocol/user_agent.h"
@@ -130,7 +131,7 @@ void SetAuthorization(Session& session) {
 
 }  // namespace
 
-Error ApplyDefaultHeaders(Session& session, uint64_t declared_length) {
+Error ApplyDefaultHeaders(Session& session, const CommandArguments& arguments) {
   const RequestState& request = session.request;
   if (Error error = AddHost(session)) return error;
   SetConnection(session);
@@ -140,8 +141,9 @@ Error ApplyDefaultHeaders(Session& session, uint64_t declared_length) {
   if (SendsBody(request.method) && !request.parameters.empty()) {
     if (Error error = AddBodyHeaders(session)) return error;
   }
-  if (declared_length > 0) {
-    SetForRequest(session, "Content-Length", std::to_string(declared_length));
+  const bool empty_body = arguments.complete && request.parameters.empty();
+  if (arguments.declared_length > 0 || (empty_body && SendsBody(request.method))) {
+    SetForRequest(session, "Content-Length", std::to_string(arguments.declared_length));
   }
   if (Error error = AddUserAgent(session)) return error;
   SetAuthorization(session);

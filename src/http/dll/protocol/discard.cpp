@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "events/notification_window.h"
 #include "frame/session.h"
 #include "protocol/body_reader.h"
 #include "protocol/session_io.h"
@@ -53,6 +54,7 @@ void DiscardBody(Session& session) {
   ResponseState& response = session.response;
   if (response.framing.complete || session.connection.peer_closed) return;
   if (WorthDiscarding(response)) {
+    const NotificationPause pause(session);
     QuietTimeout quiet(session);
     char piece[kPieceSize];
     uint64_t discarded = 0;

@@ -18,6 +18,7 @@ struct CommandArguments {
   std::string_view resource;  // path with or without query, or absolute URL
   std::string_view parameters = {};
   uint64_t declared_length = 0;  // Content-Length of a body that follows with Write, 0 = none
+  bool complete = false;         // no body follows, not even one of a PUT without parameters
 };
 
 class Engine {

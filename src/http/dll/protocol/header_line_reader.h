@@ -48,6 +48,8 @@ class HeaderLineReader {
   // Takes bytes into the line up to and including LF; whether the line is complete.
   Result<bool> Take(std::string_view bytes);
 
+  void Store(std::string_view bytes);
+
   Session& session_;
   HeaderBlockState& state_;
 };

@@ -34,6 +34,18 @@ Error FinishStreaming(Session& session) {
   return ReadResponseHeader(session);
 }
 
+// Counts what was written of a streamed body. With notifications its end is the beginning of the
+// wait for the response, which may have come already; no body has more bytes than it announced.
+void CountStreamed(Session& session, INT count) {
+  RequestState& request = session.request;
+  request.written += static_cast<uint64_t>(count);
+  if (request.declared == 0 || !session.events.Notifies()) return;
+  if (request.written > request.declared) session.response.reusable = false;
+  if (request.written < request.declared || !request.streaming) return;
+  request.streaming = false;
+  if (HasUnaskedInput(session)) AnnounceData(session);
+}
+
 bool WaitReady(Session& session, ReadyFor what, const ws2::TimeVal& timeout) {
   if (session.connection.socket == ws2::kInvalidSocket) return false;
   const int count = WaitSocket(session.connection.socket, what, &timeout).count;
@@ -63,9 +75,17 @@ Result<INT> Http1Engine::Read(Session& session, void* buffer, INT size) {
   if (Error error = CheckOpen(session)) {
     if (session.connection.input.empty()) return error;
   }
+  if (session.response.pending && !session.request.streaming) {
+    if (session.events.Notifies() && !HasUnaskedInput(session)) {
+      return Error(QV_ERROR_OPERATION_WOULD_BLOCK);
+    }
+    if (Error error = ReadResponseHeader(session)) return error;
+    if (Error error = session.CheckAlive()) return error;
+  }
   Result<std::size_t> count =
       ReadRawBody(session, static_cast<char*>(buffer), static_cast<std::size_t>(size));
   if (!count) return count.error();
+  if (*count > 0) AnnounceBuffered(session);
   return static_cast<INT>(*count);
 }
 
@@ -76,10 +96,9 @@ Result<std::size_t> Http1Engine::ReadBody(Session& session, char* buffer, std::s
 Result<INT> Http1Engine::Write(Session& session, const void* data, INT size) {
   Result<INT> sent = WriteSome(session, data, size);
   if (!sent) return sent;
-  if (session.request.streaming) {
-    session.request.written += static_cast<uint64_t>(*sent);
-    session.transfer.copied += static_cast<uint64_t>(*sent);
-  } else if (!session.response.pending) {
+  const bool streamed = session.request.streamed && session.response.pending;
+  if (streamed) CountStreamed(session, *sent);
+  if (streamed || !session.response.pending) {
     session.transfer.copied += static_cast<uint64_t>(*sent);
   }
   return sent;

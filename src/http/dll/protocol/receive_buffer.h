@@ -3,13 +3,16 @@
 #define QV_PROTOCOL_RECEIVE_BUFFER_H_
 
 #include <cstddef>
+#include <cstring>
 #include <memory>
+#include <span>
 #include <string_view>
 
 namespace qv {
 
 // One block that is filled when it is empty and then read from its start: a read position moves,
-// the bytes do not. The memory is taken at the first use.
+// the bytes do not, unless what is left of them is too little to go on with. The memory is taken at
+// the first use.
 class ReceiveBuffer {
  public:
   static constexpr std::size_t kCapacity = 16384;
@@ -27,6 +30,17 @@ class ReceiveBuffer {
     return data_.get();
   }
   void Filled(std::size_t count) { end_ = count; }
+
+  // Room behind what is waiting, which moves to the start of the block. Filled then takes the count
+  // of both.
+  std::span<char> PrepareAppend() {
+    const std::size_t waiting = size();
+    if (!data_) data_ = std::make_unique_for_overwrite<char[]>(kCapacity);
+    if (begin_ > 0) std::memmove(data_.get(), data_.get() + begin_, waiting);
+    begin_ = 0;
+    end_ = waiting;
+    return {data_.get() + waiting, kCapacity - waiting};
+  }
 
  private:
   std::unique_ptr<char[]> data_;

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "events/notification_window.h"
 #include "frame/library.h"
@@ -86,9 +87,12 @@ Error FollowRedirect(Session& session, std::string location) {
   if (Error error = ReconnectSession(session, {ReadyFor::kWrite, 0})) return error;
   session.request.headers.Remove("Host");
   session.transfer.Reset();
-  session.request.open = false;  // as an asynchronous command left it
+  // An asynchronous command has left it open, unless the application has closed it already.
+  const bool open = std::exchange(session.request.open, false);
   const std::string parameters = std::move(session.request.parameters);
-  Result<INT> result = ResendCommand(session, {method, *resource, parameters});
+  const Result<INT> result =
+      ResendCommand(session, {method, *resource, parameters, 0, session.request.complete});
+  session.request.open = open;
   return result.error();
 }
 

@@ -16,6 +16,7 @@ struct RequestState {
 
   bool writing = false;          // its body is on its way; no other command can begin
   bool open = false;             // a command has returned and was not closed yet
+  bool complete = false;         // no body follows with Write
   bool repeatable = false;       // it may be sent again when the connection proves to be dead
   bool keep_alive_sent = false;  // the last request asked to keep the connection
   Method method = Method::kNone;

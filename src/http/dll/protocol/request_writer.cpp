@@ -125,7 +125,7 @@ Error WriteRequest(Session& session, const CommandArguments& arguments) {
   session.response.headers.Clear();
   const bool http09 = session.settings.version < kFirstVersionWithHeaders;
   if (!http09) {
-    if (Error error = ApplyDefaultHeaders(session, arguments.declared_length)) return error;
+    if (Error error = ApplyDefaultHeaders(session, arguments)) return error;
     ComposeHeaderBlock(session);
   }
   const bool has_body = !http09 && SendsBody(request.method) && !request.parameters.empty();

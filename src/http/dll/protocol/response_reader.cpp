@@ -85,6 +85,7 @@ Error ReadLines(Session& session) {
 
 // A window procedure of the application cannot re-enter the library meanwhile.
 Error ReadUndisturbed(Session& session) {
+  const NotificationPause pause(session);
   const ThreadFreeze freeze_others(session);
   const SessionFreeze freeze(session);
   return ReadLines(session);
@@ -118,18 +119,10 @@ Result<bool> HandleRedirect(Session& session) {
   return true;
 }
 
-// What of the body came with the header is announced, too.
-void AnnounceData(const Session& session) {
-  const EventState& events = session.events;
-  if (events.notification_window == nullptr) return;
-  PostMessageA(events.notification_window, events.notification_message,
-               static_cast<WPARAM>(session.connection.socket), ws2::kFdRead);
-}
-
 Error Succeed(Session& session) {
   RaiseEvent(session, Event::kCommand, kNoError);
   if (Error error = session.CheckAlive()) return error;
-  AnnounceData(session);
+  AnnounceData(session);  // what of the body came with the header, or its end
   const Method method = session.request.method;
   const BodyFraming& framing = session.response.framing;
   if (method != Method::kHead && method != Method::kPut) {
@@ -154,7 +147,10 @@ Error Interpret(Session& session) {
   if (error == Error(QV_ERROR_RESOURCE_REDIRECTED)) {
     Result<bool> followed = HandleRedirect(session);
     if (!followed) return followed.error();
-    if (*followed) return kNoError;
+    if (*followed) {
+      AnnounceData(session);
+      return kNoError;
+    }
   } else if (error) {
     return Fail(session, error);
   }
@@ -166,7 +162,6 @@ Error Interpret(Session& session) {
 Error ReadResponseHeader(Session& session) {
   ResponseState& response = session.response;
   if (!response.pending) return kNoError;
-  const NotificationPause pause(session);
   Error error = ReadUndisturbed(session);
   const bool nothing_came = session.connection.peer_closed && response.block.block_size == 0;
   if (!error && nothing_came && session.request.repeatable) return QV_ERROR_CONNECTION_CLOSED;

@@ -38,6 +38,16 @@ Result<INT> FillInput(Session& session) {
   return received;
 }
 
+Result<INT> FillMore(Session& session) {
+  ReceiveBuffer& input = session.connection.input;
+  if (Error error = CheckOpen(session)) return error;
+  const std::size_t waiting = input.size();
+  const std::span<char> room = input.PrepareAppend();
+  Result<INT> received = Receive(session, room.data(), room.size());
+  if (received) input.Filled(waiting + static_cast<std::size_t>(*received));
+  return received;
+}
+
 Result<std::size_t> ReadSome(Session& session, char* buffer, std::size_t size) {
   ReceiveBuffer& input = session.connection.input;
   if (input.empty() && size >= ReceiveBuffer::kCapacity) {

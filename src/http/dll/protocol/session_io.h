@@ -22,6 +22,10 @@ Error CheckOpen(const Session& session);
 // closed the connection (which sets the peer-closed flag).
 Result<INT> FillInput(Session& session);
 
+// Receives at least one more byte behind those that wait in the receive buffer, which must have
+// room: the count, 0 as above.
+Result<INT> FillMore(Session& session);
+
 // Reads at least one byte: from the receive buffer, or straight into a large buffer when that is
 // empty. 0 when the peer has closed the connection.
 Result<std::size_t> ReadSome(Session& session, char* buffer, std::size_t size);

@@ -12,14 +12,21 @@ constexpr DWORD kMillisecondsPerSecond = 1000;
 constexpr DWORD kUnknownEstimateMs = 10000;
 constexpr uint64_t kLargest32 = std::numeric_limits<DWORD>::max();
 
+// A server may announce any length.
+uint64_t Sum(uint64_t length, uint64_t offset) {
+  return length > std::numeric_limits<uint64_t>::max() - offset
+             ? std::numeric_limits<uint64_t>::max()
+             : length + offset;
+}
+
 DWORD Clamp(uint64_t value) { return static_cast<DWORD>(std::min(value, kLargest32)); }
 
 }  // namespace
 
 HTTPTRANSFERSTATUSEX TransferStatusOf(const TransferCounters& counters, DWORD now, bool hires) {
   HTTPTRANSFERSTATUSEX status{};
-  status.dwBytesTotal = counters.content_length + counters.offset;
-  status.dwBytesCopied = counters.copied + counters.offset;
+  status.dwBytesTotal = Sum(counters.content_length, counters.offset);
+  status.dwBytesCopied = Sum(counters.copied, counters.offset);
   status.dwBytesTotal = std::max(status.dwBytesTotal, status.dwBytesCopied);
   const DWORD start = counters.start_tick;
   if (start == 0) return status;

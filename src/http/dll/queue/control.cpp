@@ -11,7 +11,7 @@ constexpr DWORD kDeleteWaitMs = 1000;
 // The queue that is to be deleted, after its worker was told to stop.
 struct Doomed {
   QueueRef queue;
-  QueueThreadRef worker;  // of its last run; NULL when it never ran
+  QueueWorkerRef worker;  // of its last run; NULL when it never ran
   bool stopped = false;   // it had been stopped before
 };
 
@@ -26,7 +26,7 @@ Result<Doomed> StopForDeletion(HQUEUE handle) {
 // What a wait starts from.
 struct RunState {
   QueueRef queue;
-  QueueThreadRef worker;
+  QueueWorkerRef worker;
   DWORD start_tick = 0;
   DWORD end_tick = 0;
   Error last_error;
@@ -47,13 +47,13 @@ Result<RunState> ReadRun(HQUEUE handle) {
   RunState run{*queue, (*queue)->worker(), 0, 0, kNoError};
   run.Read();
   if (run.end_tick != 0) return run;
-  if (run.worker->IsOwn()) return Error(QV_ERROR_THREAD_DEADLOCK);
+  if (run.worker->thread.IsCaller()) return Error(QV_ERROR_THREAD_DEADLOCK);
   if (state == HTTP_QUEUE_SUSPENDED) return Error(QV_ERROR_QUEUE_PAUSED);
   return run;
 }
 
 Error AwaitRun(RunState& run, DWORD timeout) {
-  if (WaitForSingleObject(run.worker->handle, timeout) != WAIT_OBJECT_0) {
+  if (!run.worker->thread.Wait(timeout)) {
     return QV_ERROR_OPERATION_TIMEOUT;
   }
   LibraryLock lock;
@@ -69,9 +69,9 @@ Error DeleteQueue(HQUEUE handle) {
   if (!doomed) return doomed.error();
   // A worker cannot wait for itself. Called from its own callback, it deletes a queue that was
   // stopped before and has the worker end behind the file in progress.
-  const QueueThreadRef& worker = doomed->worker;
-  const bool own = worker && worker->IsOwn();
-  if (worker && !own) WaitForSingleObject(worker->handle, kDeleteWaitMs);
+  const QueueWorkerRef& worker = doomed->worker;
+  const bool own = worker && worker->thread.IsCaller();
+  if (worker && !own) worker->thread.Wait(kDeleteWaitMs);
   LibraryLock lock;
   Result<QueueRef> queue = QueueTable::Get().Find(handle);
   if (!queue) return queue.error();

@@ -9,29 +9,22 @@
 #include <span>
 
 #include "frame/session_table.h"
+#include "frame/worker_thread.h"
 #include "queue/queued_file.h"
 
 namespace qv {
 
-// The thread of a worker; the handle is given back with the object.
-struct QueueThread {
-  QueueThread() = default;
-  ~QueueThread();
-  QueueThread(const QueueThread&) = delete;
-  QueueThread& operator=(const QueueThread&) = delete;
-
-  bool IsOwn() const { return id == GetCurrentThreadId(); }
-  bool HasEnded() const;
-
+// The worker of a run: its thread, and the session of its transfer, which the library lock guards.
+struct QueueWorker {
   // Asks the transfer in progress to end.
   void Interrupt() const;
 
-  HANDLE handle = nullptr;
-  DWORD id = 0;
-  SessionRef session;  // of the transfer in progress; guarded by the library lock
+  WorkerThread thread;
+  SessionRef session;      // from its creation on
+  bool connected = false;  // so that the application may know of it
 };
 
-using QueueThreadRef = std::shared_ptr<QueueThread>;
+using QueueWorkerRef = std::shared_ptr<QueueWorker>;
 
 // What a queue gives to files that are added without options and time-out of their own.
 struct QueueDefaults {
@@ -96,12 +89,12 @@ class Queue {
   // A worker that HttpStopQueue stopped counts until it has finished its last file.
   bool HasWorker() const { return worker_id_ != 0; }
   DWORD worker_id() const { return worker_id_; }
-  // The thread of the last run; it may have ended.
-  const QueueThreadRef& worker() const { return worker_; }
-  // The session of the transfer in progress, NULL between transfers.
+  // That of the last run; it may have ended.
+  const QueueWorkerRef& worker() const { return worker_; }
+  // The session of the transfer in progress, NULL between transfers and while it connects.
   SessionRef ActiveSession() const;
 
-  void BeginRun(QueueThreadRef worker);
+  void BeginRun(QueueWorkerRef worker);
   // QV_ERROR_QUEUE_STOPPED.
   Error Stop();
   // QV_ERROR_QUEUE_EMPTY, QV_ERROR_QUEUE_STOPPED.
@@ -115,8 +108,10 @@ class Queue {
   // ---- For the worker ----
   // Picks the next file with this type (0 = any) and marks it as begun; `file` is a copy of it.
   NextStep Pick(DWORD type, QueuedFile& file);
-  // Makes the session of the transfer known; false when the file or the queue was given up.
-  bool Publish(SessionRef session);
+  // The session of the transfer, once it is created; it is cancelled when the file or the queue was
+  // given up before.
+  void Adopt(SessionRef session);
+  void SetConnected();
   void Withdraw();
   // Books the outcome of the file in progress.
   void Finish(DWORD id, Error error, uint64_t bytes);
@@ -145,7 +140,7 @@ class Queue {
 
   DWORD state_ = HTTP_QUEUE_STOPPED;
   bool abandoned_ = false;
-  QueueThreadRef worker_;
+  QueueWorkerRef worker_;
   DWORD worker_id_ = 0;
   DWORD picked_ = 0;  // id of the last file that the worker has passed
   DWORD current_file_ = 0;

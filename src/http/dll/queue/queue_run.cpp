@@ -7,27 +7,18 @@
 
 namespace qv {
 
-QueueThread::~QueueThread() {
-  if (handle != nullptr) CloseHandle(handle);
-}
-
-bool QueueThread::HasEnded() const {
-  DWORD exit_code = 0;
-  return !GetExitCodeThread(handle, &exit_code) || exit_code != STILL_ACTIVE;
-}
-
-void QueueThread::Interrupt() const {
+void QueueWorker::Interrupt() const {
   if (session) session->operation.cancel = true;
 }
 
 SessionRef Queue::ActiveSession() const {
-  const bool active = worker_ && worker_->session && worker_->session->Alive();
+  const bool active = worker_ && worker_->connected && worker_->session->Alive();
   return active ? worker_->session : nullptr;
 }
 
-void Queue::BeginRun(QueueThreadRef worker) {
+void Queue::BeginRun(QueueWorkerRef worker) {
   worker_ = std::move(worker);
-  worker_id_ = worker_->id;
+  worker_id_ = worker_->thread.id();
   state_ = HTTP_QUEUE_RUNNING;
   last_error_ = kNoError;
   start_tick_ = TransferCounters::Now();
@@ -71,14 +62,18 @@ NextStep Queue::Pick(DWORD type, QueuedFile& file) {
   return NextStep::kEnd;
 }
 
-bool Queue::Publish(SessionRef session) {
-  const QueuedFile* file = Find(current_file_);
-  if (abandoned_ || file == nullptr || file->IsCanceled()) return false;
+void Queue::Adopt(SessionRef session) {
   worker_->session = std::move(session);
-  return true;
+  const QueuedFile* file = Find(current_file_);
+  if (abandoned_ || file == nullptr || file->IsCanceled()) worker_->Interrupt();
 }
 
-void Queue::Withdraw() { worker_->session = nullptr; }
+void Queue::SetConnected() { worker_->connected = true; }
+
+void Queue::Withdraw() {
+  worker_->connected = false;
+  worker_->session = nullptr;
+}
 
 void Queue::Finish(DWORD id, Error error, uint64_t bytes) {
   QueuedFile* file = FindMutable(id);

@@ -13,8 +13,8 @@ constexpr DWORD kHandleBaseStart = 2048;
 constexpr DWORD kHandleBaseSpread = 0xFFF;
 
 constexpr DWORD kEndSliceMs = 50;
-// A worker sees within this time that its transfer is interrupted, unless it is about to connect;
-// then closing its session wakes it.
+// A worker sees within this time that its transfer is interrupted. One that waits in its callback,
+// over a session of the application, is woken by the end of that session.
 constexpr DWORD kInterruptMs = 1000;
 // Only a name lookup, or a callback that does not come back, takes longer. Such a worker is left
 // behind: it finds its queue gone and touches nothing.
@@ -61,16 +61,17 @@ std::vector<QueueRef> QueueTable::TakeAll() {
   return queues;
 }
 
-void QueueTable::AddWorker(QueueThreadRef worker) {
-  std::erase_if(workers_, [](const QueueThreadRef& other) { return other->HasEnded(); });
+void QueueTable::AddWorker(QueueWorkerRef worker) {
+  std::erase_if(workers_, [](const QueueWorkerRef& other) { return other->thread.HasEnded(); });
   workers_.push_back(std::move(worker));
 }
 
-std::vector<QueueThreadRef> QueueTable::OtherWorkers() const {
-  std::vector<QueueThreadRef> others;
-  std::copy_if(
-      workers_.begin(), workers_.end(), std::back_inserter(others),
-      [](const QueueThreadRef& worker) { return !worker->IsOwn() && !worker->HasEnded(); });
+std::vector<QueueWorkerRef> QueueTable::OtherWorkers() const {
+  std::vector<QueueWorkerRef> others;
+  std::copy_if(workers_.begin(), workers_.end(), std::back_inserter(others),
+               [](const QueueWorkerRef& worker) {
+                 return !worker->thread.IsCaller() && !worker->thread.HasEnded();
+               });
   return others;
 }
 
@@ -78,10 +79,10 @@ namespace {
 
 // Workers that are still there, each asked once more to end: a session may have come after the
 // last time.
-std::vector<QueueThreadRef> InterruptWorkers() {
+std::vector<QueueWorkerRef> InterruptWorkers() {
   LibraryLock lock;
-  std::vector<QueueThreadRef> workers = QueueTable::Get().OtherWorkers();
-  for (const QueueThreadRef& worker : workers) worker->Interrupt();
+  std::vector<QueueWorkerRef> workers = QueueTable::Get().OtherWorkers();
+  for (const QueueWorkerRef& worker : workers) worker->Interrupt();
   return workers;
 }
 
@@ -99,7 +100,7 @@ void EndQueues() {
     const DWORD elapsed = GetTickCount() - start;
     if (elapsed >= kLongestEndMs) return;
     if (elapsed >= kInterruptMs) SessionTable::Get().ReleaseAll();
-    WaitForSingleObject(workers.front()->handle, kEndSliceMs);
+    workers.front()->thread.Wait(kEndSliceMs);
   }
 }
 

@@ -31,16 +31,16 @@ class QueueTable {
   std::vector<QueueRef> TakeAll();
 
   // Keeps track of a worker until it has ended.
-  void AddWorker(QueueThreadRef worker);
+  void AddWorker(QueueWorkerRef worker);
 
   // Workers that have not ended, except the calling thread.
-  std::vector<QueueThreadRef> OtherWorkers() const;
+  std::vector<QueueWorkerRef> OtherWorkers() const;
 
  private:
   static constexpr std::size_t kSlots = 256;
 
   std::array<QueueRef, kSlots> slots_;
-  std::vector<QueueThreadRef> workers_;
+  std::vector<QueueWorkerRef> workers_;
   DWORD base_ = 0;  // 0 before the first queue
 };
 

@@ -1,8 +1,11 @@
 #include "queue/transfer.h"
 
+#include <optional>
+
 #include "frame/error_slot.h"
 #include "frame/library.h"
 #include "frame/session.h"
+#include "protocol/connect.h"
 
 namespace qv {
 namespace {
@@ -10,25 +13,45 @@ namespace {
 constexpr UINT kTransferEvents = HTTP_EVENT_TIMEOUT | HTTP_EVENT_CANCEL | HTTP_EVENT_PROGRESS |
                                  HTTP_EVENT_FILEOPEN | HTTP_EVENT_UPLOAD;
 
-// Makes the session known to those who control the queue, for as long as it transfers.
-class PublishedSession {
+// The session of a transfer. Those who control the queue can cancel it from its creation on.
+class TransferSession {
  public:
-  PublishedSession(Queue& queue, SessionRef session) : queue_(queue) {
-    LibraryLock lock;
-    published_ = queue_.Publish(std::move(session));
+  explicit TransferSession(Queue& queue) : queue_(queue) {}
+  ~TransferSession() {
+    {
+      LibraryLock lock;
+      queue_.Withdraw();
+    }
+    operation_.reset();
+    // A callback may have closed it, and its handle may have a new owner.
+    if (session_ && session_->Alive()) HttpDisconnect(session_->handle);
   }
-  ~PublishedSession() {
-    LibraryLock lock;
-    queue_.Withdraw();
-  }
-  PublishedSession(const PublishedSession&) = delete;
-  PublishedSession& operator=(const PublishedSession&) = delete;
+  TransferSession(const TransferSession&) = delete;
+  TransferSession& operator=(const TransferSession&) = delete;
 
-  bool ok() const { return published_; }
+  Result<HCLIENT> Connect(const QueuedFile& file) {
+    ConnectArguments arguments;
+    arguments.host = file.host.c_str();
+    arguments.port = file.port;
+    arguments.timeout = file.timeout;
+    arguments.options = file.options;
+    const Result<HCLIENT> client = ConnectSession(arguments, [this](const SessionRef& created) {
+      session_ = created;
+      operation_.emplace(session_->operation);
+      LibraryLock lock;
+      queue_.Adopt(session_);
+    });
+    if (!client) return client;
+    LibraryLock lock;
+    queue_.SetConnected();
+    return client;
+  }
 
  private:
   Queue& queue_;
-  bool published_;
+  SessionRef session_;
+  // Spans everything that can be cancelled: no request gets lost between two functions.
+  std::optional<OperationScope> operation_;
 };
 
 // A failed function need not have left a reason.
@@ -59,24 +82,13 @@ TransferOutcome Move(HCLIENT client, const QueuedFile& file) {
 
 TransferOutcome TransferQueuedFile(Queue& queue, const QueuedFile& file,
                                    const EventCallback& callback) {
-  const HCLIENT client = HttpConnectA(file.host.c_str(), file.port, file.timeout, file.options,
-                                      HTTP_VERSION_DEFAULT, nullptr);
-  if (client == INVALID_CLIENT) return {ReasonOfFailure()};
-  Result<SessionRef> session = SessionTable::Get().Validate(client);
-  if (!session) return {session.error()};
-  TransferOutcome outcome{QV_ERROR_OPERATION_CANCELED};
-  {
-    // Spans everything that can be cancelled: no request gets lost between two functions.
-    const OperationScope operation((*session)->operation);
-    const PublishedSession published(queue, *session);
-    if (callback.procedure != nullptr) {
-      HttpRegisterEvent(client, kTransferEvents, callback.procedure, callback.parameter);
-    }
-    if (published.ok()) outcome = Move(client, file);
+  TransferSession session(queue);
+  const Result<HCLIENT> client = session.Connect(file);
+  if (!client) return {client.error() ? client.error() : Error(QV_ERROR_INTERNAL_FAILURE)};
+  if (callback.procedure != nullptr) {
+    HttpRegisterEvent(*client, kTransferEvents, callback.procedure, callback.parameter);
   }
-  // A callback may have closed it, and its handle may have a new owner.
-  if ((*session)->Alive()) HttpDisconnect(client);
-  return outcome;
+  return Move(*client, file);
 }
 
 }  // namespace qv

@@ -20,7 +20,7 @@ constexpr DWORD kSuspendedPollMs = 250;
 // What a worker is started with.
 struct WorkerStart {
   QueueRef queue;
-  QueueThreadRef worker;
+  QueueWorkerRef worker;
   DWORD type = 0;  // of the files to transfer, 0 = any
   EventCallback callback;
 };
@@ -100,16 +100,14 @@ DWORD WINAPI RunWorker(LPVOID parameter) {
 // Creates the thread of a worker, suspended. The lock is held meanwhile: nobody sees a queue that
 // is about to be started twice.
 Error CreateWorker(std::unique_ptr<WorkerStart> start) {
-  QueueThread& worker = *start->worker;
   QueueTable::Get().AddWorker(start->worker);
-  worker.handle = CreateThread(nullptr, 0, RunWorker, start.get(), CREATE_SUSPENDED, &worker.id);
-  if (worker.handle == nullptr) return QV_ERROR_THREAD_CREATION_FAILED;
+  if (!start->worker->thread.Create(RunWorker, start.get())) return QV_ERROR_THREAD_CREATION_FAILED;
   start->queue->BeginRun(start->worker);
   static_cast<void>(start.release());  // the thread's now
   return kNoError;
 }
 
-Result<QueueThreadRef> PrepareRun(HQUEUE handle, DWORD type, DWORD reserved,
+Result<QueueWorkerRef> PrepareRun(HQUEUE handle, DWORD type, DWORD reserved,
                                   const EventCallback& callback) {
   LibraryLock lock;
   Result<QueueRef> queue = QueueTable::Get().Find(handle);
@@ -117,7 +115,7 @@ Result<QueueThreadRef> PrepareRun(HQUEUE handle, DWORD type, DWORD reserved,
   if (reserved != 0) return Error(QV_ERROR_INVALID_PARAMETER);
   if ((*queue)->size() == 0) return Error(QV_ERROR_QUEUE_EMPTY);
   if ((*queue)->HasWorker()) return Error(QV_ERROR_QUEUE_RUNNING);
-  const QueueThreadRef worker = std::make_shared<QueueThread>();
+  const QueueWorkerRef worker = std::make_shared<QueueWorker>();
   auto start = std::make_unique<WorkerStart>(
       WorkerStart{*queue, worker, FileFilter::Of(type, 0).type, callback});
   if (Error error = CreateWorker(std::move(start))) return error;
@@ -128,9 +126,9 @@ Result<QueueThreadRef> PrepareRun(HQUEUE handle, DWORD type, DWORD reserved,
 
 Error StartQueue(HQUEUE handle, DWORD type, DWORD reserved, HTTPEVENTPROC procedure,
                  DWORD_PTR parameter) {
-  Result<QueueThreadRef> worker = PrepareRun(handle, type, reserved, {procedure, parameter});
+  Result<QueueWorkerRef> worker = PrepareRun(handle, type, reserved, {procedure, parameter});
   if (!worker) return worker.error();
-  ResumeThread((*worker)->handle);
+  (*worker)->thread.Start();
   Sleep(kStartPauseMs);
   return kNoError;
 }

@@ -1,4 +1,5 @@
 // Exported functions: starting tasks.
+#include "forms/form_table.h"
 #include "frame/boundary.h"
 #include "frame/session.h"
 #include "frame/text.h"
@@ -160,4 +161,21 @@ DWORD WINAPI HttpAsyncPostXmlA(HCLIENT hClient, LPCSTR lpszResource, LPCSTR lpsz
                                HTTPEVENTPROC lpEventProc, DWORD_PTR dwParam) QV_NOEXCEPT {
   return StartDocumentPost({hClient, lpEventProc, dwParam}, TaskOperation::kPostXml, lpszResource,
                            lpszXmlData, lpvResult, lpcbResult, dwOptions);
+}
+
+DWORD WINAPI HttpAsyncSubmitFormA(HCLIENT hClient, HFORM hForm, LPVOID lpvResult,
+                                  LPDWORD lpcbResult, DWORD dwOptions, HTTPEVENTPROC lpEventProc,
+                                  DWORD_PTR dwParam) QV_NOEXCEPT {
+  return Start({hClient, lpEventProc, dwParam}, TaskOperation::kSubmitForm,
+               [&](TaskRequest& request) -> qv::Error {
+                 if (hClient == INVALID_CLIENT) return QV_ERROR_INVALID_HANDLE;
+                 if (qv::Result<qv::FormRef> form = qv::FormTable::Get().Find(hForm); !form) {
+                   return form.error();
+                 }
+                 request.form = hForm;
+                 request.result = lpvResult;
+                 request.result_length = lpcbResult;
+                 request.options = dwOptions;
+                 return qv::kNoError;
+               });
 }

@@ -96,3 +96,10 @@ DWORD WINAPI HttpAsyncPostXmlW(HCLIENT hClient, LPCWSTR lpszResource, LPCWSTR lp
                              lpcbResult, dwOptions, lpEventProc, dwParam);
   });
 }
+
+DWORD WINAPI HttpAsyncSubmitFormW(HCLIENT hClient, HFORM hForm, LPVOID lpvResult,
+                                  LPDWORD lpcbResult, DWORD dwOptions, HTTPEVENTPROC lpEventProc,
+                                  DWORD_PTR dwParam) QV_NOEXCEPT {
+  return HttpAsyncSubmitFormA(hClient, hForm, lpvResult, lpcbResult, dwOptions, lpEventProc,
+                              dwParam);
+}

@@ -28,6 +28,9 @@ INT RunOperation(HCLIENT session, TaskRequest& request) {
     case TaskOperation::kPostXml:
       return HttpPostXmlA(session, resource, document, request.result, request.result_length,
                           request.options);
+    case TaskOperation::kSubmitForm:
+      return HttpSubmitFormA(session, request.form, request.result, request.result_length,
+                             request.options);
   }
   return HTTP_ERROR;
 }

@@ -34,13 +34,11 @@ class Deadline {
   DWORD timeout_ms_;
 };
 
-// Waits for the end of a worker, with `nudge` called before each slice. Ends early when the library
-// gives its tasks up, so that two threads which wait for each other there do not block its end.
-template <class Nudge>
-bool AwaitWorker(Task& task, DWORD timeout_ms, Nudge&& nudge) {
+// Waits for the end of a worker. Ends early when the library gives its tasks up, so that two
+// threads which wait for each other there do not block its end.
+bool AwaitWorker(Task& task, DWORD timeout_ms) {
   const Deadline deadline(timeout_ms);
   while (true) {
-    nudge();
     const DWORD slice = deadline.Remaining(kSliceMs);
     if (task.worker().Wait(slice)) return true;
     if (slice == 0 || task.abandoned()) return false;
@@ -104,7 +102,7 @@ Result<TaskOutcome> WaitForTask(DWORD id, DWORD timeout_ms) {
   if (!task.Ended()) {
     if (task.worker().IsCaller()) return Error(QV_ERROR_THREAD_DEADLOCK);
     if (task.worker().suspended()) return Error(QV_ERROR_TASK_SUSPENDED);
-    AwaitWorker(task, timeout_ms, [] {});
+    AwaitWorker(task, timeout_ms);
     if (!FindTask(id)) return Error(QV_ERROR_INVALID_TASK);
   }
   return TaskOutcome{task.Ended(), task.Elapsed(), task.error()};
@@ -128,8 +126,7 @@ Result<BOOL> AbortTask(DWORD id, DWORD timeout_ms) {
   task.Cancel();
   static_cast<void>(task.worker().Resume());
   task.worker().Wait(kPollMs);
-  // Again and again: a session that is only being created is missed by the first.
-  return AwaitWorker(task, timeout_ms, [&task] { task.Cancel(); }) ? TRUE : FALSE;
+  return AwaitWorker(task, timeout_ms) ? TRUE : FALSE;
 }
 
 Error SuspendTask(DWORD id) {

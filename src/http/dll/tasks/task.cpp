@@ -37,19 +37,23 @@ SessionRef Task::session() const {
   return session_;
 }
 
+void Task::SetConnecting(SessionRef session) {
+  LibraryLock lock;
+  connecting_.swap(session);
+  if (connecting_ && cancelled_) connecting_->operation.cancel = true;
+}
+
 void Task::Cancel() {
+  LibraryLock lock;
   cancelled_ = true;
-  if (const SessionRef own = session()) own->operation.cancel = true;
-  if (connecting_) CancelSessionsOfWorker();
+  for (const SessionRef& session : {session_, connecting_}) {
+    if (session) session->operation.cancel = true;
+  }
 }
 
 void Task::Abandon() {
   abandoned_ = true;
   Cancel();
-  CancelSessionsOfWorker();
-}
-
-void Task::CancelSessionsOfWorker() {
   for (const SessionRef& session : SessionTable::Get().OwnedByThread(worker_.id())) {
     session->operation.cancel = true;
   }

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "frame/session_table.h"
-#include "tasks/worker_thread.h"
+#include "frame/worker_thread.h"
 
 namespace qv {
 
@@ -43,8 +43,8 @@ class Task {
   void SetSession(SessionRef session);
   SessionRef session() const;
 
-  // While it connects, the worker's session is not known as the task's.
-  void SetConnecting(bool connecting) { connecting_ = connecting; }
+  // The session that is to become it, from its creation on; NULL when the connect is over.
+  void SetConnecting(SessionRef session);
 
   // ---- Ending it early ----
 
@@ -64,20 +64,18 @@ class Task {
   bool InCallback() const { return callback_depth_ != 0; }
 
  private:
-  void CancelSessionsOfWorker();
-
   const DWORD id_;
   const HTTPEVENTPROC callback_;
   const DWORD_PTR parameter_;
   const DWORD start_tick_;
   WorkerThread worker_;
 
-  SessionRef session_;  // guarded by the library lock
+  SessionRef session_;  // both guarded by the library lock
+  SessionRef connecting_;
   HTTPTRANSFERSTATUSEX final_status_{};
   std::atomic<DWORD> error_{0};
   std::atomic<DWORD> end_tick_{0};  // 0 = not ended
   std::atomic<bool> under_way_{false};
-  std::atomic<bool> connecting_{false};
   std::atomic<bool> cancelled_{false};
   std::atomic<bool> abandoned_{false};
   std::atomic<int> callback_depth_{0};

@@ -22,6 +22,7 @@ enum class TaskOperation {
   kPostJson,
   kPostText,
   kPostXml,
+  kSubmitForm,
 };
 
 inline constexpr std::size_t kTaskTextCapacity = 5120;
@@ -38,6 +39,7 @@ struct TaskRequest {
   LPCVOID data = nullptr;
   DWORD data_length = 0;
   std::string document;
+  HFORM form = INVALID_FORM;
   LPVOID result = nullptr;
   LPDWORD result_length = nullptr;
   HTTPEVENTPROC callback = nullptr;

@@ -20,21 +20,26 @@ SECURITYCREDENTIALSA CredentialsRecord(const TlsIdentity& identity, const std::s
   record.lpszHostName = OptionalText(identity.server_name);
   record.lpszCertStore = OptionalText(identity.store);
   record.lpszCertName = OptionalText(identity.certificate_name);
-  if (identity.has_password) record.lpszPassword = identity.password.c_str();
+  if (identity.password) record.lpszPassword = identity.password->text().c_str();
   return record;
 }
 
 }  // namespace
 
-Result<SessionRef> OpenTaskSession(const ConnectionSettings& settings) {
-  if (settings.proxy_type != kProxyNone) return Error(QV_ERROR_FEATURE_NOT_SUPPORTED);
+Error OpenTaskSession(const ConnectionSettings& settings, const SessionObserver& created) {
+  if (settings.proxy_type != kProxyNone) return QV_ERROR_FEATURE_NOT_SUPPORTED;
   SECURITYCREDENTIALSA credentials{};
   if (settings.identity) credentials = CredentialsRecord(*settings.identity, settings.host);
-  const HCLIENT handle =
-      HttpConnectA(settings.host.c_str(), settings.port, settings.timeout, settings.options,
-                   settings.version, settings.identity ? &credentials : nullptr);
-  if (handle == INVALID_CLIENT) return LastError();
-  return SessionTable::Get().Find(handle);
+  ConnectArguments arguments;
+  arguments.host = settings.host.c_str();
+  arguments.port = settings.port;
+  arguments.timeout = settings.timeout;
+  arguments.options = settings.options;
+  arguments.version = settings.version;
+  if (settings.identity) arguments.credentials = &credentials;
+  const Result<HCLIENT> handle = ConnectSession(arguments, created);
+  if (handle || handle.error()) return handle.error();
+  return QV_ERROR_INTERNAL_FAILURE;  // a failure that gave no reason
 }
 
 Error PrepareTaskSession(Session& session, const ConnectionSettings& settings) {

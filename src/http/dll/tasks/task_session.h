@@ -3,13 +3,14 @@
 #define QV_TASKS_TASK_SESSION_H_
 
 #include "frame/error.h"
+#include "protocol/connect.h"
 #include "tasks/connection_settings.h"
 
 namespace qv {
 
-// Connects a session of the calling thread as the settings say; the errors of HttpConnect and
-// HttpProxyConnect.
-Result<SessionRef> OpenTaskSession(const ConnectionSettings& settings);
+// Connects a session of the calling thread as the settings say; `created` is told of it before. The
+// errors of HttpConnect and HttpProxyConnect.
+Error OpenTaskSession(const ConnectionSettings& settings, const SessionObserver& created);
 
 // Gives the session the credentials, if they are meant for the server that it leads to, and the
 // compression setting.

@@ -18,6 +18,7 @@ namespace qv {
 namespace {
 
 constexpr DWORD kHeadStartMs = 50;
+constexpr SIZE_T kStackSize = 0x80000;
 
 // What the starting thread hands over.
 struct WorkerStart {
@@ -26,7 +27,7 @@ struct WorkerStart {
 };
 
 // Where the task's session is to lead: as the named session, if it is still there, and as a
-// resource that is a URL.
+// resource that is a URL. A form is submitted to the server of the session.
 Result<ConnectionSettings> FindSettings(const TaskRequest& request) {
   ConnectionSettings settings;
   const SessionRef named = request.session.lock();
@@ -35,6 +36,7 @@ Result<ConnectionSettings> FindSettings(const TaskRequest& request) {
   } else if (ValidateUrl(request.resource)) {
     return Error(QV_ERROR_INVALID_RESOURCE);
   }
+  if (request.operation == TaskOperation::kSubmitForm) return settings;
   if (Error error = LeadToResource(settings, request.resource.str())) return error;
   return settings;
 }
@@ -77,16 +79,18 @@ class TaskRun {
   Error Open(const ConnectionSettings& settings) {
     if (Error error = CheckCancelled()) return error;
     SetLastError(kNoError);
-    task_.SetConnecting(true);
-    Result<SessionRef> session = OpenTaskSession(settings);
-    if (session) {
-      session_ = *session;
-      handle_ = session_->handle;
+    const Error failure = OpenTaskSession(settings, [this](const SessionRef& created) {
+      session_ = created;
       operation_.emplace(session_->operation);
-      task_.SetSession(session_);
+      task_.SetConnecting(session_);
+    });
+    if (failure) {
+      Close();
+      return failure;
     }
-    task_.SetConnecting(false);
-    if (!session) return session.error();
+    handle_ = session_->handle;
+    task_.SetSession(session_);
+    task_.SetConnecting(nullptr);
     if (Error error = CheckCancelled()) return error;
     return PrepareTaskSession(*session_, settings);
   }
@@ -109,8 +113,9 @@ class TaskRun {
 
   void Close() {
     operation_.reset();
+    task_.SetConnecting(nullptr);
     task_.SetSession(nullptr);
-    if (session_ && session_->Alive()) HttpDisconnect(handle_);
+    if (session_ && session_->Alive()) HttpDisconnect(session_->handle);
     session_.reset();
   }
 
@@ -143,7 +148,7 @@ DWORD WINAPI RunWorker(LPVOID parameter) {
 Result<TaskRef> CreateTask(DWORD id, TaskRequest& request) {
   auto task = std::make_shared<Task>(id, request.callback, request.parameter);
   auto start = std::make_unique<WorkerStart>(WorkerStart{task, std::move(request)});
-  if (!task->worker().Create(RunWorker, start.get())) {
+  if (!task->worker().Create(RunWorker, start.get(), kStackSize)) {
     return Error(QV_ERROR_THREAD_CREATION_FAILED);
   }
   static_cast<void>(start.release());  // the worker's now

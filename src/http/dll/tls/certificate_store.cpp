@@ -81,8 +81,9 @@ Result<CertificateStore> OpenFile(const StoreChoice& choice, const TlsIdentity& 
                        reinterpret_cast<BYTE*>(content->data())};
   const CertificateApi& api = Certificates();
   if (!api.PFXIsPFXBlob(&blob)) return Error(QV_ERROR_SECURITY_CREDENTIALS);
-  const std::u16string password = WideFromUtf8(identity.password);
-  LPCWSTR given = identity.has_password ? password.c_str() : nullptr;
+  const WideSecret password(identity.password ? WideFromUtf8(identity.password->text())
+                                              : std::u16string());
+  LPCWSTR given = identity.password ? password.text().c_str() : nullptr;
   CertificateStore store(api.PFXImportCertStore(&blob, given, CRYPT_USER_KEYSET));
   if (!store && given == nullptr) {
     store = CertificateStore(api.PFXImportCertStore(&blob, u"", CRYPT_USER_KEYSET));

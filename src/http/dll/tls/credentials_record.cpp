@@ -1,12 +1,20 @@
 #include "tls/credentials_record.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "frame/secret.h"
+
 namespace qv {
 namespace {
+
+// Stands before each record: the size of both in bytes.
+struct alignas(std::max_align_t) BlockHead {
+  std::size_t size;
+};
 
 // The texts, in the order of the record.
 template <class Record>
@@ -18,13 +26,14 @@ auto TextsOf(Record& record) {
 // The caller frees the block by one call, so record and texts share it.
 template <class Record, class Char>
 Record* Copy(const Record& source) {
-  std::size_t size = sizeof(Record);
+  std::size_t size = sizeof(BlockHead) + sizeof(Record);
   for (const auto* text : TextsOf(source)) {
     if (*text != nullptr) size += (std::char_traits<Char>::length(*text) + 1) * sizeof(Char);
   }
   void* const block = std::calloc(1, size);
   if (block == nullptr) return nullptr;
-  auto* const record = new (block) Record(source);
+  auto* const head = new (block) BlockHead{size};
+  auto* const record = new (head + 1) Record(source);
   auto* next = reinterpret_cast<Char*>(record + 1);
   for (auto* text : TextsOf(*record)) {
     if (*text == nullptr) continue;
@@ -46,6 +55,12 @@ SECURITYCREDENTIALSW* CopyCredentials(const SECURITYCREDENTIALSW& record) {
   return Copy<SECURITYCREDENTIALSW, char16_t>(record);
 }
 
-void FreeCredentials(void* record) { std::free(record); }
+void FreeCredentials(void* record) {
+  if (record == nullptr) return;
+  BlockHead* const head = static_cast<BlockHead*>(record) - 1;
+  // The pointers of the record may have been changed since, so they do not lead to the texts.
+  WipeBytes(head, head->size);
+  std::free(head);
+}
 
 }  // namespace qv

@@ -2,6 +2,7 @@
 #ifndef QV_TLS_CREDENTIALS_RECORD_H_
 #define QV_TLS_CREDENTIALS_RECORD_H_
 
+#include "frame/secret.h"
 #include "frame/wide.h"
 #include "qvhttp12.h"
 
@@ -12,7 +13,7 @@ namespace qv {
 SECURITYCREDENTIALSA* CopyCredentials(const SECURITYCREDENTIALSA& record);
 SECURITYCREDENTIALSW* CopyCredentials(const SECURITYCREDENTIALSW& record);
 
-// NULL is allowed.
+// Leaves nothing of the texts in memory. NULL is allowed.
 void FreeCredentials(void* record);
 
 // The narrow form of a record; its texts live as long as it does.
@@ -21,17 +22,27 @@ class NarrowCredentials {
   explicit NarrowCredentials(const SECURITYCREDENTIALSW& wide)
       : host_(wide.lpszHostName),
         user_(wide.lpszUserName),
-        password_(wide.lpszPassword),
+        password_(Utf8FromWide(wide.lpszPassword != nullptr ? wide.lpszPassword : u"")),
         store_(wide.lpszCertStore),
         name_(wide.lpszCertName),
         key_(wide.lpszKeyFile),
-        record_{sizeof(record_), wide.dwProtocol, wide.dwOptions, wide.dwReserved, host_,
-                user_,           password_,       store_,         name_,           key_} {}
+        record_{sizeof(record_),
+                wide.dwProtocol,
+                wide.dwOptions,
+                wide.dwReserved,
+                host_,
+                user_,
+                wide.lpszPassword != nullptr ? password_.text().c_str() : nullptr,
+                store_,
+                name_,
+                key_} {}
 
   SECURITYCREDENTIALSA* get() { return &record_; }
 
  private:
-  NarrowText host_, user_, password_, store_, name_, key_;
+  NarrowText host_, user_;
+  Secret password_;
+  NarrowText store_, name_, key_;
   SECURITYCREDENTIALSA record_;
 };
 

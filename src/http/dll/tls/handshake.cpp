@@ -11,19 +11,24 @@ namespace qv {
 namespace {
 
 // What a server may send in one handshake: certificate chains are far smaller.
-constexpr std::size_t kMostBytes = 512 * 1024;
+constexpr std::size_t kMostBytes = std::size_t{512} * 1024;
 
 bool GoesOn(SECURITY_STATUS status) {
   return status == SEC_I_CONTINUE_NEEDED || status == SEC_E_INCOMPLETE_MESSAGE ||
          status == SEC_I_INCOMPLETE_CREDENTIALS;
 }
 
+bool EndedTheWait(Error error) {
+  return error == Error(QV_ERROR_OPERATION_TIMEOUT) || error == Error(QV_ERROR_OPERATION_CANCELED);
+}
+
 Error ReceiveMore(Session& session, RecordBuffer& input) {
   const std::span<char> space = input.PrepareFill();
   if (space.empty()) return QV_ERROR_SECURITY_CONTEXT;  // no message of a handshake is that long
   Result<INT> count = PlainChannel().Receive(session, space.data(), static_cast<INT>(space.size()));
-  if (!count) return count.error();
   if (Error error = session.CheckAlive()) return error;
+  // The server may as well end the connection as the handshake, and in any way.
+  if (!count) return EndedTheWait(count.error()) ? count.error() : Error(QV_ERROR_SECURITY_CONTEXT);
   if (*count == 0) {
     session.connection.peer_closed = true;
     return QV_ERROR_SECURITY_CONTEXT;

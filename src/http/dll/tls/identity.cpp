@@ -15,8 +15,9 @@ void SetIdentity(Session& session, const SECURITYCREDENTIALSA* credentials) {
   identity.server_name = TextOf(credentials->lpszHostName);
   identity.store = TextOf(credentials->lpszCertStore);
   identity.certificate_name = TextOf(credentials->lpszCertName);
-  identity.password = TextOf(credentials->lpszPassword);
-  identity.has_password = credentials->lpszPassword != nullptr;
+  if (credentials->lpszPassword != nullptr) {
+    identity.password = Secret(std::string(credentials->lpszPassword));
+  }
 }
 
 bool IdentityApplies(const Session& session) {

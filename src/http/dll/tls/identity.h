@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "frame/secret.h"
 #include "qvhttp12.h"
 #include "tls/client_credential.h"
 
@@ -16,13 +17,12 @@ struct Session;
 // was connected to: a redirect to another host goes without them.
 struct TlsIdentity {
   DWORD protocols = SECURITY_PROTOCOL_DEFAULT;
-  DWORD store_options = 0;       // CREDENTIAL_STORE_*
-  std::string host;              // where the following are for
-  std::string server_name;       // instead of the host's, if not empty
-  std::string store;             // name or PKCS #12 file
-  std::string certificate_name;  // none, if empty
-  std::string password;          // of the file
-  bool has_password = false;
+  DWORD store_options = 0;         // CREDENTIAL_STORE_*
+  std::string host;                // where the following are for
+  std::string server_name;         // instead of the host's, if not empty
+  std::string store;               // name or PKCS #12 file
+  std::string certificate_name;    // none, if empty
+  std::optional<Secret> password;  // of the file
 };
 
 struct TlsState {

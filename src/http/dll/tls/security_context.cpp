@@ -117,9 +117,9 @@ Result<std::size_t> SecurityContext::Encrypt(char* record, std::size_t size) {
                          BufferOf(SECBUFFER_STREAM_TRAILER, data + size, trailer_size()),
                          BufferOf(SECBUFFER_EMPTY)};
   SecBufferDesc message = Describe(buffers);
-  if (SecurityProvider().EncryptMessage(&handle_, 0, &message, 0) != SEC_E_OK) {
-    return Error(QV_ERROR_SECURITY_ENCRYPTION);
-  }
+  const SECURITY_STATUS status = SecurityProvider().EncryptMessage(&handle_, 0, &message, 0);
+  if (status == SEC_E_INCOMPLETE_MESSAGE) return std::size_t{0};
+  if (status != SEC_E_OK) return Error(QV_ERROR_SECURITY_ENCRYPTION);
   return std::size_t{buffers[0].cbBuffer} + buffers[1].cbBuffer + buffers[2].cbBuffer;
 }
 

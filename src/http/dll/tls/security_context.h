@@ -57,7 +57,8 @@ class SecurityContext {
   Decrypted Decrypt(std::span<char> input);
 
   // Encrypts `size` bytes that lie header_size() bytes behind `record` in place, as one record; the
-  // length of the record with header and trailer.
+  // length of the record with header and trailer. 0: nothing was done, as the last record that was
+  // decrypted ended in the middle of a message, the rest of which has to be decrypted first.
   Result<std::size_t> Encrypt(char* record, std::size_t size);
 
   // The close-notify for the peer; nothing when there is none to send.

@@ -49,8 +49,9 @@ std::size_t TlsChannel::TakePlain(char* target, std::size_t size) {
 }
 
 // Decrypts the next record once everything before it was delivered.
-Result<TlsChannel::Progress> TlsChannel::DecryptNext(Session& session) {
+Result<TlsChannel::Progress> TlsChannel::DecryptNext() {
   if (receive_error_) return receive_error_;
+  if (renegotiates_) return Progress::kRenegotiates;
   if (ended_) return Progress::kEnded;
   if (input_.empty()) return Progress::kNeedsInput;
   const SecurityContext::Decrypted record = context_.Decrypt(input_.unread());
@@ -72,12 +73,15 @@ Result<TlsChannel::Progress> TlsChannel::DecryptNext(Session& session) {
     return receive_error_;
   }
   input_.KeepLast(record.extra);
-  if (record.status == SEC_I_RENEGOTIATE) {
-    const NotificationPause pause(session);
-    receive_error_ = Renegotiate(session, context_, input_);
-    if (receive_error_) return receive_error_;
-  }
+  renegotiates_ = record.status == SEC_I_RENEGOTIATE;
   return Progress::kDecrypted;
+}
+
+Error TlsChannel::AnswerRenegotiation(Session& session) {
+  const NotificationPause pause(session);
+  renegotiates_ = false;
+  receive_error_ = Renegotiate(session, context_, input_);
+  return receive_error_;
 }
 
 // Receives more of the stream; its end without a close-notify may be a truncation.
@@ -101,11 +105,15 @@ Result<INT> TlsChannel::Receive(Session& session, void* buffer, INT size) {
   while (true) {
     total += TakePlain(target + total, wanted - total);
     if (total == wanted) break;
-    Result<Progress> progress = DecryptNext(session);
+    Result<Progress> progress = DecryptNext();
     if (progress && *progress == Progress::kDecrypted) continue;
     if (total > 0) break;  // a failure is met again
     if (!progress) return progress.error();
     if (*progress == Progress::kEnded) return 0;
+    if (*progress == Progress::kRenegotiates) {
+      if (Error error = AnswerRenegotiation(session)) return error;
+      continue;
+    }
     if (Error error = FillInput(session)) return error;
     // Pieces of a record that keep coming are no reason to overlook a cancel request.
     if (Error error = CheckWait(session, WaitLimit(kNoLimit))) return error;
@@ -114,12 +122,14 @@ Result<INT> TlsChannel::Receive(Session& session, void* buffer, INT size) {
   return static_cast<INT>(total);
 }
 
+// A wish for another handshake is input, too: answering it may take a while.
 bool TlsChannel::HasInput(Session& session) {
   constexpr ws2::TimeVal kNoWait{0, 0};
   while (plain_.empty()) {
-    Result<Progress> progress = DecryptNext(session);
-    if (!progress || *progress == Progress::kEnded) return true;
+    Result<Progress> progress = DecryptNext();
+    if (!progress) return true;
     if (*progress == Progress::kDecrypted) continue;
+    if (*progress != Progress::kNeedsInput) return true;
     if (WaitSocket(socket_, ReadyFor::kRead, &kNoWait).count <= 0) {
       return !input_.empty();  // the rest of a record that nobody asked for
     }
@@ -128,11 +138,27 @@ bool TlsChannel::HasInput(Session& session) {
   return true;
 }
 
-// A record goes out whole, or nothing can be sent after it.
-Error TlsChannel::EncryptAndSend(Session& session, std::size_t size) {
-  Result<std::size_t> length = context_.Encrypt(record_.get(), size);
-  if (!length) return length.error();
-  return SendToPeer(session, {record_.get(), *length});
+// Receives the rest of a message of the protocol's own. No data comes between its parts (RFC 8446
+// section 5.1), and all data before it was delivered.
+Error TlsChannel::CompleteMessage(Session& session) {
+  Result<Progress> progress = DecryptNext();
+  if (!progress) return progress.error();
+  if (*progress == Progress::kNeedsInput) return FillInput(session);
+  const bool goes_on = *progress == Progress::kDecrypted && plain_.empty();
+  return goes_on ? kNoError : Error(QV_ERROR_SECURITY_ENCRYPTION);
+}
+
+// Encrypts what lies in record_; the length of the record. A failure of the provider stays, but not
+// one of completing a message first.
+Result<std::size_t> TlsChannel::EncryptRecord(Session& session, std::size_t size) {
+  while (true) {
+    Result<std::size_t> length = context_.Encrypt(record_.get(), size);
+    if (!length) send_error_ = length.error();
+    if (!length || *length > 0) return length;
+    const NotificationPause pause(session);
+    if (Error error = CompleteMessage(session)) return error;
+    if (Error error = CheckWait(session, WaitLimit(kNoLimit))) return error;
+  }
 }
 
 Result<INT> TlsChannel::Send(Session& session, const void* data, INT size) {
@@ -150,7 +176,9 @@ Result<INT> TlsChannel::Send(Session& session, const void* data, INT size) {
     record_size_ = needed;
   }
   std::memcpy(record_.get() + context_.header_size(), data, count);
-  send_error_ = EncryptAndSend(session, count);
+  Result<std::size_t> length = EncryptRecord(session, count);
+  if (!length) return length.error();
+  send_error_ = SendToPeer(session, {record_.get(), *length});  // whole, or nothing comes after it
   if (send_error_) return send_error_;
   TraceContent("encrypted", {static_cast<const char*>(data), count});
   return static_cast<INT>(count);

@@ -27,15 +27,17 @@ class TlsChannel final : public Channel {
   SecurityContext* security() override { return &context_; }
 
  private:
-  enum class Progress { kDecrypted, kNeedsInput, kEnded };
+  enum class Progress { kDecrypted, kNeedsInput, kRenegotiates, kEnded };
 
   TlsChannel(ws2::Socket socket, ClientCredential credential)
       : socket_(socket), context_(std::move(credential)) {}
 
   std::size_t TakePlain(char* target, std::size_t size);
-  Result<Progress> DecryptNext(Session& session);
+  Result<Progress> DecryptNext();
+  Error AnswerRenegotiation(Session& session);
   Error FillInput(Session& session);
-  Error EncryptAndSend(Session& session, std::size_t size);
+  Error CompleteMessage(Session& session);
+  Result<std::size_t> EncryptRecord(Session& session, std::size_t size);
 
   const ws2::Socket socket_;
   PlainChannel transport_;
@@ -45,9 +47,10 @@ class TlsChannel final : public Channel {
   std::unique_ptr<char[]> record_;  // work space of Send
   std::size_t record_size_ = 0;
   bool established_ = false;
-  bool ended_ = false;     // the peer sends no more
-  int empty_records_ = 0;  // one behind the other
-  Error receive_error_;    // a broken stream stays broken
+  bool ended_ = false;         // the peer sends no more
+  bool renegotiates_ = false;  // the peer waits for another handshake
+  int empty_records_ = 0;      // one behind the other
+  Error receive_error_;        // a broken stream stays broken
   Error send_error_;
 };
 

@@ -34,8 +34,7 @@ INT WINAPI HttpPostFileA(HCLIENT hClient, LPCSTR lpszFileName, LPCSTR lpszResour
                          LPCSTR lpszFieldName, DWORD dwOptions, DWORD dwReserved) QV_NOEXCEPT {
   return qv::SessionBoundary<INT>(
       hClient, HTTP_ERROR, [&](qv::Session& session) -> qv::Result<INT> {
-        if (dwReserved != 0) return qv::Error(QV_ERROR_INVALID_PARAMETER);
         return qv::PostFromFile(session, qv::TextOf(lpszFileName), qv::TextOf(lpszResource),
-                                qv::TextOf(lpszFieldName), dwOptions);
+                                qv::TextOf(lpszFieldName), dwOptions, dwReserved);
       });
 }

@@ -65,6 +65,10 @@ INT WINAPI HttpCreateFileA(HCLIENT hClient, LPCSTR lpszFileName, DWORD dwFileLen
 
 INT WINAPI HttpCloseFile(HCLIENT hClient) QV_NOEXCEPT {
   return qv::SessionBoundary<INT>(hClient, HTTP_ERROR, [](qv::Session& session) -> qv::Result<INT> {
+    // From inside an event of a request that is still being sent or collected.
+    if (session.transfer.collecting || session.request.writing) {
+      return qv::Error(QV_ERROR_OPERATION_IN_PROGRESS);
+    }
     qv::OperationScope operation(session.operation);
     if (qv::Error error = session.engine->CloseRequest(session)) return error;
     return 0;

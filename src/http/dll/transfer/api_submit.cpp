@@ -2,7 +2,6 @@
 #include "frame/boundary.h"
 #include "frame/session.h"
 #include "frame/text.h"
-#include "frame/wide.h"
 #include "protocol/headers.h"
 #include "transfer/delivery.h"
 #include "transfer/submit.h"
@@ -39,6 +38,13 @@ class ResultOutput {
   std::optional<qv::BodyOutput> output_;
 };
 
+// The arguments of a function that sends bytes.
+qv::Error CheckInput(LPCSTR resource, LPCVOID data, DWORD size, const ResultOutput& output) {
+  if (qv::Error error = output.Check()) return error;
+  if (qv::TextOf(resource).empty()) return QV_ERROR_INVALID_RESOURCE;
+  return data == nullptr && size != 0 ? qv::Error(QV_ERROR_INVALID_PARAMETER) : qv::kNoError;
+}
+
 using Submitter = qv::Result<qv::SubmissionResult> (*)(qv::Session&, qv::Submission);
 
 // Submits and hands the response over; the result code.
@@ -54,6 +60,22 @@ qv::Result<INT> SubmitInto(qv::Session& session, qv::Submission submission, Resu
 
 qv::Result<qv::SubmissionResult> SubmitPlain(qv::Session& session, qv::Submission submission) {
   return qv::Submit(session, submission);
+}
+
+// A PUT of bytes of a type of their own, unless the application set one.
+qv::Result<INT> PutTyped(qv::Session& session, LPCSTR resource, std::string_view body,
+                         std::string_view type, ResultOutput& output, DWORD options) {
+  if (qv::Error error = output.Check()) return error;
+  if (qv::TextOf(resource).empty()) return qv::Error(QV_ERROR_INVALID_RESOURCE);
+  if (qv::Error error = qv::SetRequestHeaderIfAbsent(session, "Content-Type", type)) return error;
+  qv::Submission submission;
+  submission.method = "PUT";
+  submission.resource = resource;
+  submission.body = body;
+  submission.encoding = HTTP_ENCODING_NONE;
+  submission.status = HTTP_STATUS_PUTDATA;
+  submission.options = options;
+  return SubmitInto(session, submission, output, SubmitPlain);
 }
 
 // A text of a type of its own, unless the application set one.
@@ -78,17 +100,18 @@ INT PostTyped(HCLIENT client, LPCSTR resource, LPCSTR text, LPVOID result, LPDWO
 
 INT WINAPI HttpPostDataA(HCLIENT hClient, LPCSTR lpszResource, LPCVOID lpvBuffer, DWORD cbBuffer,
                          LPVOID lpvResult, LPDWORD lpcbResult, DWORD dwOptions) QV_NOEXCEPT {
-  return qv::SessionBoundary<INT>(hClient, HTTP_ERROR,
-                                  [&](qv::Session& session) -> qv::Result<INT> {
-                                    ResultOutput output(lpvResult, lpcbResult);
-                                    if (lpvBuffer == nullptr && cbBuffer != 0)
-                                      return qv::Error(QV_ERROR_INVALID_PARAMETER);
-                                    qv::Submission submission;
-                                    submission.resource = qv::TextOf(lpszResource);
-                                    submission.body = BytesOf(lpvBuffer, cbBuffer);
-                                    submission.options = dwOptions;
-                                    return SubmitInto(session, submission, output, qv::SubmitPost);
-                                  });
+  return qv::SessionBoundary<INT>(
+      hClient, HTTP_ERROR, [&](qv::Session& session) -> qv::Result<INT> {
+        ResultOutput output(lpvResult, lpcbResult);
+        if (qv::Error error = CheckInput(lpszResource, lpvBuffer, cbBuffer, output)) {
+          return error;
+        }
+        qv::Submission submission;
+        submission.resource = qv::TextOf(lpszResource);
+        submission.body = BytesOf(lpvBuffer, cbBuffer);
+        submission.options = dwOptions;
+        return SubmitInto(session, submission, output, qv::SubmitPost);
+      });
 }
 
 INT WINAPI HttpPutDataExA(HCLIENT hClient, LPCSTR lpszResource, LPCVOID lpvBuffer, DWORD cbBuffer,
@@ -96,37 +119,29 @@ INT WINAPI HttpPutDataExA(HCLIENT hClient, LPCSTR lpszResource, LPCVOID lpvBuffe
   return qv::SessionBoundary<INT>(
       hClient, HTTP_ERROR, [&](qv::Session& session) -> qv::Result<INT> {
         ResultOutput output(lpvResult, lpcbResult);
-        if (lpvBuffer == nullptr && cbBuffer != 0) return qv::Error(QV_ERROR_INVALID_PARAMETER);
-        if (qv::Error error =
-                qv::SetRequestHeaderIfAbsent(session, "Content-Type", "application/octet-stream")) {
-          return error;
-        }
-        qv::Submission submission;
-        submission.method = "PUT";
-        submission.resource = qv::TextOf(lpszResource);
-        submission.body = BytesOf(lpvBuffer, cbBuffer);
-        submission.encoding = HTTP_ENCODING_NONE;
-        submission.status = HTTP_STATUS_PUTDATA;
-        submission.options = dwOptions;
-        return SubmitInto(session, submission, output, SubmitPlain);
+        if (qv::Error error = CheckInput(lpszResource, lpvBuffer, cbBuffer, output)) return error;
+        return PutTyped(session, lpszResource, BytesOf(lpvBuffer, cbBuffer),
+                        "application/octet-stream", output, dwOptions);
       });
 }
 
 INT WINAPI HttpPatchDataA(HCLIENT hClient, LPCSTR lpszResource, LPCSTR lpszPatchData,
                           LPVOID lpvResult, LPDWORD lpcbResult, DWORD dwOptions) QV_NOEXCEPT {
-  return qv::SessionBoundary<INT>(hClient, HTTP_ERROR,
-                                  [&](qv::Session& session) -> qv::Result<INT> {
-                                    ResultOutput output(lpvResult, lpcbResult);
-                                    if (qv::TextOf(lpszPatchData).empty())
-                                      return qv::Error(QV_ERROR_INVALID_PARAMETER);
-                                    qv::Submission submission;
-                                    submission.method = "PATCH";
-                                    submission.resource = qv::TextOf(lpszResource);
-                                    submission.body = lpszPatchData;
-                                    submission.encoding = HTTP_ENCODING_NONE;
-                                    submission.options = dwOptions;
-                                    return SubmitInto(session, submission, output, SubmitPlain);
-                                  });
+  return qv::SessionBoundary<INT>(
+      hClient, HTTP_ERROR, [&](qv::Session& session) -> qv::Result<INT> {
+        ResultOutput output(lpvResult, lpcbResult);
+        if (qv::Error error = CheckInput(lpszResource, nullptr, 0, output)) {
+          return error;
+        }
+        if (qv::TextOf(lpszPatchData).empty()) return qv::Error(QV_ERROR_INVALID_PARAMETER);
+        qv::Submission submission;
+        submission.method = "PATCH";
+        submission.resource = qv::TextOf(lpszResource);
+        submission.body = lpszPatchData;
+        submission.encoding = HTTP_ENCODING_NONE;
+        submission.options = dwOptions;
+        return SubmitInto(session, submission, output, SubmitPlain);
+      });
 }
 
 INT WINAPI HttpPutDataA(HCLIENT hClient, LPCSTR lpszResource, LPCVOID lpvBuffer, DWORD dwLength,
@@ -173,15 +188,8 @@ INT WINAPI HttpPutTextA(HCLIENT hClient, LPCSTR lpszResource, LPCSTR lpszBuffer)
   return qv::SessionBoundary<INT>(
       hClient, HTTP_ERROR, [&](qv::Session& session) -> qv::Result<INT> {
         if (lpszBuffer == nullptr) return qv::Error(QV_ERROR_INVALID_PARAMETER);
-        if (qv::Error error =
-                qv::SetRequestHeaderIfAbsent(session, "Content-Type", qv::kTextType)) {
-          return error;
-        }
-        const INT result =
-            HttpPutDataExA(hClient, lpszResource, lpszBuffer,
-                           static_cast<DWORD>(qv::TextOf(lpszBuffer).size()), nullptr, nullptr, 0);
-        if (result == HTTP_ERROR) return qv::Error();
-        return result;
+        ResultOutput nowhere(nullptr, nullptr);
+        return PutTyped(session, lpszResource, lpszBuffer, qv::kTextType, nowhere, 0);
       });
 }
 
@@ -189,14 +197,8 @@ INT WINAPI HttpPutTextExA(HCLIENT hClient, LPCSTR lpszResource, LPCSTR lpszBuffe
                           LPDWORD lpcbResult, DWORD dwOptions) QV_NOEXCEPT {
   return qv::SessionBoundary<INT>(
       hClient, HTTP_ERROR, [&](qv::Session& session) -> qv::Result<INT> {
-        if (qv::Error error =
-                qv::SetRequestHeaderIfAbsent(session, "Content-Type", qv::kTextType)) {
-          return error;
-        }
-        const INT result = HttpPutDataExA(hClient, lpszResource, lpszBuffer,
-                                          static_cast<DWORD>(qv::TextOf(lpszBuffer).size()),
-                                          lpvResult, lpcbResult, dwOptions | HTTP_POST_CONVERT);
-        if (result == HTTP_ERROR) return qv::Error();
-        return result;
+        ResultOutput output(lpvResult, lpcbResult);
+        return PutTyped(session, lpszResource, qv::TextOf(lpszBuffer), qv::kTextType, output,
+                        dwOptions | HTTP_POST_CONVERT);
       });
 }

@@ -24,13 +24,22 @@ void TraceBeginning(const Session& session) {
 void TraceEnd(const Session& session) {
   const BodyFraming& framing = session.response.framing;
   const unsigned long copied = session.transfer.copied;
+  const auto level = framing.complete ? trace::Level::kInformation : trace::Level::kWarning;
   if (framing.kind == Kind::kChunked) {
-    QV_TRACE(kInformation, "server returned %lu bytes of chunked data", copied);
+    trace::WriteMessage(level, "server returned %lu bytes of chunked data", copied);
   } else if (framing.kind == Kind::kLength) {
-    const auto level = framing.complete ? trace::Level::kInformation : trace::Level::kWarning;
     trace::WriteMessage(level, "received %lu bytes with a content length of %lu bytes", copied,
                         copied + static_cast<unsigned long>(framing.remaining));
   }
+}
+
+// What is missing of a chunked body that was cut short belongs to its length, as it does for a body
+// whose length was announced: the least that it can be is the rest of the chunk, or one byte.
+void CountMissing(Session& session) {
+  const BodyFraming& framing = session.response.framing;
+  if (framing.kind != Kind::kChunked || framing.complete) return;
+  session.transfer.content_length =
+      session.transfer.copied + std::max<uint64_t>(framing.remaining, 1);
 }
 
 Error Receive(Session& session, BodySink& sink) {
@@ -54,7 +63,10 @@ Error ReceiveBody(Session& session, BodySink& sink) {
   session.transfer.Start();
   TraceBeginning(session);
   const Error error = Receive(session, sink);
-  if (!error && trace::Active()) TraceEnd(session);
+  if (!error) {
+    CountMissing(session);
+    if (trace::Active()) TraceEnd(session);
+  }
   if (!session.request.keep_alive_sent) session.connection.peer_closed = true;
   return error;
 }

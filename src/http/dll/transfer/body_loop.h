@@ -24,7 +24,8 @@ class BodySink {
 
 // Receives the body of the session's response to its end, with the pauses, progress events and
 // cancel checks of a transfer. A connection that was not asked to be kept counts as closed
-// afterwards.
+// afterwards. A body that the server cuts short is no error: the transfer status then shows fewer
+// bytes copied than there are in all.
 Error ReceiveBody(Session& session, BodySink& sink);
 
 }  // namespace qv

@@ -17,7 +17,7 @@ Result<INT> DownloadToFile(Session& session, std::string_view local, std::string
 Result<INT> UploadFromFile(Session& session, std::string_view local, std::string_view remote,
                            DWORD options, uint64_t offset);
 Result<INT> PostFromFile(Session& session, std::string_view local, std::string_view resource,
-                         std::string_view field, DWORD options);
+                         std::string_view field, DWORD options, DWORD reserved);
 
 }  // namespace qv
 

@@ -1,23 +1,16 @@
 #include "transfer/inflate_file.h"
 
-#include <cstdio>
 #include <memory>
 
-#include "platform/kernel32.h"
 #include "transfer/inflater.h"
 #include "transfer/line_end_stream.h"
 #include "transfer/local_file.h"
+#include "transfer/temporary_file.h"
 
 namespace qv {
 namespace {
 
 constexpr std::size_t kPiece = std::size_t{64} << 10;
-
-std::string TemporaryName(const std::string& path) {
-  char suffix[16];
-  std::snprintf(suffix, sizeof(suffix), ".%lx", static_cast<unsigned long>(GetTickCount()));
-  return path + suffix;
-}
 
 // Decodes one file into another.
 class FileInflater {
@@ -30,31 +23,25 @@ class FileInflater {
         output_(std::make_unique_for_overwrite<char[]>(kPiece)) {}
 
   Error Run() {
-    if (!inflater_.ready()) return QV_ERROR_OUT_OF_MEMORY;
-    while (!ended_) {
+    while (!inflater_.ended()) {
       Result<std::size_t> count = source_.Read({input_.get(), kPiece});
       if (!count) return count.error();
-      if (*count == 0) return QV_ERROR_INVALID_FILE_TYPE;  // it ends before the stream does
-      if (Error error = Inflate(*count)) return error;
+      if (*count == 0) break;
+      if (Error error = Inflate({input_.get(), *count})) return error;
     }
-    return kNoError;
+    return inflater_.complete() ? kNoError : Error(QV_ERROR_INVALID_FILE_TYPE);
   }
 
  private:
-  Error Inflate(std::size_t count) {
-    z_stream& stream = inflater_.stream();
-    stream.next_in = reinterpret_cast<Bytef*>(input_.get());
-    stream.avail_in = static_cast<uInt>(count);
+  Error Inflate(std::string_view piece) {
+    std::size_t decoded = 0;
     do {
-      stream.next_out = reinterpret_cast<Bytef*>(output_.get());
-      stream.avail_out = static_cast<uInt>(kPiece);
-      const int result = inflate(&stream, Z_NO_FLUSH);
-      ended_ = result == Z_STREAM_END;
-      const bool usable = ended_ || result == Z_OK || result == Z_BUF_ERROR;
-      if (!usable) return QV_ERROR_INVALID_FILE_TYPE;
-      const std::string_view bytes(output_.get(), kPiece - stream.avail_out);
+      Result<std::size_t> count = inflater_.Decode(piece, {output_.get(), kPiece});
+      if (!count) return count.error();
+      decoded = *count;
+      const std::string_view bytes(output_.get(), decoded);
       if (Error error = target_.Write(convert_ ? line_ends_.Convert(bytes) : bytes)) return error;
-    } while (!ended_ && stream.avail_out == 0);
+    } while (decoded == kPiece && !inflater_.ended());
     return kNoError;
   }
 
@@ -62,10 +49,9 @@ class FileInflater {
   LocalFile& target_;
   bool convert_;
   LineEndStream line_ends_;
-  Inflater inflater_;
+  Inflater inflater_{QV_ERROR_INVALID_FILE_TYPE};
   std::unique_ptr<char[]> input_;
   std::unique_ptr<char[]> output_;
-  bool ended_ = false;
 };
 
 }  // namespace
@@ -74,17 +60,11 @@ Error InflateFile(const std::string& path, bool convert) {
   if (path.empty()) return QV_ERROR_INVALID_FILE_NAME;
   Result<LocalFile> source = LocalFile::OpenForReading(path);
   if (!source) return source.error();
-  const std::string temporary = TemporaryName(path);
-  Result<LocalFile> target = LocalFile::CreateNew(temporary);
+  Result<TemporaryFile> target = TemporaryFile::CreateFor(path);
   if (!target) return target.error();
-  const Error error = FileInflater(*source, *target, convert).Run();
+  if (Error error = FileInflater(*source, target->file(), convert).Run()) return error;
   source->Close();
-  target->Close();
-  if (error) {
-    DeleteLocalFile(temporary);
-    return error;
-  }
-  return ReplaceLocalFile(temporary, path);
+  return target->Replace(path);
 }
 
 }  // namespace qv

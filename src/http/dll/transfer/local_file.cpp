@@ -1,6 +1,7 @@
 #include "transfer/local_file.h"
 
 #include "frame/wide.h"
+#include "platform/replace_file.h"
 #include "url/file_url.h"
 
 namespace qv {
@@ -10,8 +11,9 @@ bool IsMissing(DWORD error) {
   return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
 }
 
-HANDLE Open(const std::string& path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
-  return CreateFileW(WideFromUtf8(path).c_str(), access, share, nullptr, disposition, flags,
+HANDLE Open(const std::string& path, DWORD access, DWORD share, DWORD disposition, DWORD flags,
+            LPVOID security = nullptr) {
+  return CreateFileW(WideFromUtf8(path).c_str(), access, share, security, disposition, flags,
                      nullptr);
 }
 
@@ -45,19 +47,19 @@ Result<LocalFile> LocalFile::OpenForReading(const std::string& path) {
   return LocalFile(handle);
 }
 
-Result<LocalFile> LocalFile::MakeNew(const std::string& path, DWORD disposition) {
+Result<LocalFile> LocalFile::Create(const std::string& path) {
   const HANDLE handle =
-      Open(path, GENERIC_READ | GENERIC_WRITE, 0, disposition, FILE_ATTRIBUTE_NORMAL);
+      Open(path, GENERIC_READ | GENERIC_WRITE, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
   if (handle == INVALID_HANDLE_VALUE) return Error(QV_ERROR_FILE_NOT_CREATED);
   return LocalFile(handle);
 }
 
-Result<LocalFile> LocalFile::Create(const std::string& path) {
-  return MakeNew(path, CREATE_ALWAYS);
-}
-
 Result<LocalFile> LocalFile::CreateNew(const std::string& path) {
-  return MakeNew(path, CREATE_NEW);
+  int owner_only = 0;  // any attributes at all mean that
+  const HANDLE handle =
+      Open(path, GENERIC_READ | GENERIC_WRITE, 0, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, &owner_only);
+  if (handle == INVALID_HANDLE_VALUE) return Error(QV_ERROR_FILE_NOT_CREATED);
+  return LocalFile(handle);
 }
 
 Result<LocalFile> LocalFile::OpenForWriting(const std::string& path, uint64_t offset) {
@@ -93,8 +95,11 @@ Error LocalFile::Write(std::string_view bytes) {
 }
 
 Error LocalFile::Empty() {
-  const bool done = Seek(handle_, 0) && SetEndOfFile(handle_);
-  return done ? kNoError : Error(QV_ERROR_FILE_WRITE_FAILED);
+  return Seek(handle_, 0) ? EndHere() : Error(QV_ERROR_FILE_WRITE_FAILED);
+}
+
+Error LocalFile::EndHere() {
+  return SetEndOfFile(handle_) ? kNoError : Error(QV_ERROR_FILE_WRITE_FAILED);
 }
 
 void LocalFile::Close() {
@@ -108,10 +113,10 @@ bool DeleteLocalFile(const std::string& path) {
 Error ReplaceLocalFile(const std::string& from, const std::string& to) {
   const std::u16string source = WideFromUtf8(from);
   const std::u16string target = WideFromUtf8(to);
-  if (MoveFileExW(source.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) return kNoError;
-  const bool copied = CopyFileW(source.c_str(), target.c_str(), FALSE) != FALSE;
+  if (ReplaceFileW(target.c_str(), source.c_str(), nullptr, 0, nullptr, nullptr)) return kNoError;
+  if (!CopyFileW(source.c_str(), target.c_str(), FALSE)) return QV_ERROR_FILE_NOT_CREATED;
   DeleteFileW(source.c_str());
-  return copied ? kNoError : Error(QV_ERROR_FILE_NOT_CREATED);
+  return kNoError;
 }
 
 }  // namespace qv

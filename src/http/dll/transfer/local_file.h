@@ -35,7 +35,7 @@ class LocalFile {
   // Created or emptied. QV_ERROR_FILE_NOT_CREATED.
   static Result<LocalFile> Create(const std::string& path);
 
-  // Created only if there is none of that name. QV_ERROR_FILE_NOT_CREATED.
+  // Created, for its owner alone, only if there is none of that name. QV_ERROR_FILE_NOT_CREATED.
   static Result<LocalFile> CreateNew(const std::string& path);
 
   // An existing one, to be written from `offset` on. QV_ERROR_FILE_NOT_FOUND,
@@ -53,20 +53,22 @@ class LocalFile {
   // Empties the file; writing goes on at its start.
   Error Empty();
 
+  // The file ends where writing would go on.
+  Error EndHere();
+
   void Close();
   bool is_open() const { return handle_ != nullptr; }
 
  private:
   explicit LocalFile(HANDLE handle) : handle_(handle) {}
-  static Result<LocalFile> MakeNew(const std::string& path, DWORD disposition);
-
   HANDLE handle_ = nullptr;
 };
 
 // Deletes a file.
 bool DeleteLocalFile(const std::string& path);
 
-// Moves a file over another. QV_ERROR_FILE_NOT_CREATED.
+// Puts a file in the place of another, whose permissions it takes over. When that fails, neither is
+// changed unless the other was being copied to: QV_ERROR_FILE_NOT_CREATED.
 Error ReplaceLocalFile(const std::string& from, const std::string& to);
 
 }  // namespace qv

@@ -14,7 +14,7 @@ Result<MemoryBlock> MemoryBlock::Allocate(std::size_t size) {
 
 Error MemoryBlock::Resize(std::size_t size) {
   GlobalUnlock(handle_);
-  const bool resized = GlobalReAlloc(handle_, size, GHND) != nullptr;
+  const bool resized = GlobalReAlloc(handle_, size, GMEM_MOVEABLE) != nullptr;
   data_ = static_cast<char*>(GlobalLock(handle_));
   if (data_ == nullptr) return QV_ERROR_INTERNAL_FAILURE;
   if (!resized) return QV_ERROR_OUT_OF_MEMORY;

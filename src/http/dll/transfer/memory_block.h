@@ -11,7 +11,7 @@
 
 namespace qv {
 
-// Zero-filled and locked while it is here; an empty one has no block.
+// Zero-filled at first, and locked while it is here; an empty one has no block.
 class MemoryBlock {
  public:
   MemoryBlock() = default;
@@ -25,7 +25,7 @@ class MemoryBlock {
   // QV_ERROR_OUT_OF_MEMORY, QV_ERROR_INTERNAL_FAILURE (it cannot be locked).
   static Result<MemoryBlock> Allocate(std::size_t size);
 
-  // Changes the size; what is added is zero. On failure the block is as it was.
+  // Changes the size; what is added holds anything. On failure the block is as it was.
   Error Resize(std::size_t size);
 
   char* data() const { return data_; }

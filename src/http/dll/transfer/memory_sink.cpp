@@ -28,7 +28,7 @@ Result<MemorySink> MemorySink::Create(const Session& session) {
 Result<std::span<char>> MemorySink::Space() {
   if (length_ == block_.size()) {
     if (length_ >= kLongestBody) return Error(QV_ERROR_OUT_OF_MEMORY);
-    const uint64_t grown = length_ + std::max(kPieceSize, length_ / 2);
+    const uint64_t grown = length_ + std::max<uint64_t>(kPieceSize, length_);
     if (Error error = block_.Resize(static_cast<std::size_t>(std::min(grown, kLongestBody + 1)))) {
       return error;
     }

@@ -18,7 +18,6 @@ namespace qv {
 namespace {
 
 constexpr HTTPCONNECTIONA kDefaultConnection{};
-static_assert(sizeof(HTTPCONNECTIONA) == 104 && sizeof(HTTPCONNECTIONW) == 104);
 
 // The caller's record, or one that stands for none.
 Result<const HTTPCONNECTIONA*> CheckRecord(const HTTPCONNECTIONA* record) {

@@ -35,6 +35,16 @@ Error RenewAfterHead(Session& session) {
   return kNoError;
 }
 
+// A request for the part of a resource from an offset on. A range that was not asked for in the end
+// does not stay for a later request.
+Result<INT> CommandWithRange(Session& session, const CommandArguments& arguments, uint64_t offset) {
+  if (session.request.writing) return Error(QV_ERROR_OPERATION_IN_PROGRESS);
+  if (session.request.open) return Error(QV_ERROR_REQUEST_NOT_COMPLETED);
+  if (arguments.resource.empty()) return Error(QV_ERROR_INVALID_RESOURCE);
+  if (Error error = SetRangeOffset(session, offset)) return error;
+  return session.engine->Command(session, arguments);
+}
+
 Error CheckVersion(const Session& session) {
   return session.settings.version == HTTP_VERSION_09 ? Error(QV_ERROR_INVALID_PROTOCOL_VERSION)
                                                      : kNoError;
@@ -79,8 +89,7 @@ Result<INT> DeleteRemoteFile(Session& session, std::string_view name) {
 
 Result<INT> OpenRemoteFile(Session& session, std::string_view name, uint64_t offset) {
   OperationScope operation(session.operation);
-  if (Error error = SetRangeOffset(session, offset)) return error;
-  return session.engine->Command(session, {"GET", name});
+  return CommandWithRange(session, {"GET", name}, offset);
 }
 
 Result<INT> CreateRemoteFile(Session& session, std::string_view name, uint64_t length,
@@ -88,13 +97,12 @@ Result<INT> CreateRemoteFile(Session& session, std::string_view name, uint64_t l
   OperationScope operation(session.operation);
   if (name.empty()) return Error(QV_ERROR_INVALID_RESOURCE);
   if (length == 0) return Error(QV_ERROR_INVALID_PARAMETER);
-  if (Error error = SetRangeOffset(session, offset)) return error;
   if (session.request.headers.Find("Content-Type") == nullptr) {
     const ContentType type = ContentTypeOfFile(name);
     if (type.media_type.empty()) return Error(QV_ERROR_INVALID_FILE_TYPE);
     if (Error error = SetRequestHeader(session, "Content-Type", type.media_type)) return error;
   }
-  Result<INT> result = session.engine->Command(session, {"PUT", name, {}, length});
+  Result<INT> result = CommandWithRange(session, {"PUT", name, {}, length}, offset);
   if (result) session.transfer.content_length = length;
   return result;
 }

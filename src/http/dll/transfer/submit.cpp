@@ -52,9 +52,10 @@ Result<MemoryBody> CollectResponse(Session& session, DWORD options) {
 
 Result<INT> SendCommand(Session& session, const Submission& submission) {
   const ErrorDataScope error_data(session, (submission.options & HTTP_POST_ERRORDATA) != 0);
-  Result<INT> result =
-      session.engine->Command(session, {submission.method, submission.resource, submission.body});
-  return result ? result : ReasonOfBrokenUpload(session, result.error());
+  return session.engine->Command(session, {.method = submission.method,
+                                           .resource = submission.resource,
+                                           .parameters = submission.body,
+                                           .complete = true});
 }
 
 // Sends what is to be read back with the request still open on success.

@@ -36,11 +36,11 @@ Result<SubmissionResult> PostText(Session& session, std::string_view resource,
 // page that cannot be converted from.
 Result<std::u16string> WideOfResponse(std::string_view text, UINT code_page) {
   if (text.empty()) return std::u16string();
-  if (code_page == GetACP()) code_page = CP_ACP;
   if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
     return Error(QV_ERROR_OUT_OF_MEMORY);
   }
   const DWORD flags = code_page == CP_UTF8 ? MB_ERR_INVALID_CHARS : 0;
+  if (code_page == GetACP()) code_page = CP_ACP;
   const int size = static_cast<int>(text.size());
   const int units = MultiByteToWideChar(code_page, flags, text.data(), size, nullptr, 0);
   if (units <= 0) return Error(QV_ERROR_INVALID_CHARSET);

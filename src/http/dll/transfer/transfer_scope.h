@@ -2,6 +2,8 @@
 #ifndef QV_TRANSFER_TRANSFER_SCOPE_H_
 #define QV_TRANSFER_TRANSFER_SCOPE_H_
 
+#include <utility>
+
 #include "events/notification_window.h"
 #include "frame/session.h"
 #include "protocol/engine.h"
@@ -34,10 +36,18 @@ class TransferScope {
   // Ends the request.
   Error Close() { return session_.engine->CloseRequest(session_); }
 
-  // Ends the request after a failure, whose error is the one that counts; what is left of the
-  // response is not worth reading.
+  // Ends the request after a failure, whose error is the one that counts; what is still to come of
+  // the response is not worth waiting for. A connection is no use half-way through a request body.
   void Abandon() {
-    if (!session_.response.framing.complete) session_.response.reusable = false;
+    RequestState& request = session_.request;
+    ResponseState& response = session_.response;
+    if (response.pending || !response.framing.complete) response.reusable = false;
+    response.pending = false;
+    if (std::exchange(request.streaming, false)) {
+      session_.connection.CloseSocket();
+      session_.connection.peer_closed = true;
+      response.result_code = 0;  // it stood for a request that was sent
+    }
     static_cast<void>(Close());
   }
 

@@ -76,10 +76,9 @@ bool FitsHeader(std::string_view text) { return text.find_first_of("\r\n\"") == 
 
 Error SendMultipart(Session& session, std::string_view resource, const MultipartFrame& frame,
                     LocalFile& file, uint64_t size) {
-  if (Error error = SetRequestHeader(session, "Content-Type",
-                                     "multipart/form-data; boundary=" + frame.boundary)) {
-    return error;
-  }
+  // The boundary is no use to a later request.
+  session.request.headers.Set("Content-Type", "multipart/form-data; boundary=" + frame.boundary)
+      .lifetime = Lifetime::kNextRequest;
   const uint64_t length = frame.head.size() + size + frame.tail.size();
   Result<INT> result = session.engine->Command(session, {"POST", resource, {}, length});
   if (!result) return result.error();
@@ -116,10 +115,11 @@ Result<INT> UploadFromFile(Session& session, std::string_view local, std::string
 }
 
 Result<INT> PostFromFile(Session& session, std::string_view local, std::string_view resource,
-                         std::string_view field, DWORD options) {
+                         std::string_view field, DWORD options, DWORD reserved) {
   if (local.empty()) return Error(QV_ERROR_INVALID_FILE_NAME);
   if (resource.empty()) return Error(QV_ERROR_INVALID_RESOURCE);
   if (options != 0) return Error(QV_ERROR_OPTION_NOT_SUPPORTED);
+  if (reserved != 0) return Error(QV_ERROR_INVALID_PARAMETER);
   if (!FitsHeader(local)) return Error(QV_ERROR_INVALID_FILE_NAME);
   if (!FitsHeader(field)) return Error(QV_ERROR_INVALID_PARAMETER);
   if (Error error = CheckTransferPossible(session)) return error;

@@ -10,10 +10,6 @@ namespace qv {
 struct Session;
 class TransferScope;
 
-// The error of an upload that failed with `error`: where the connection broke, that of an answer
-// which the server gave before it closed.
-Error ReasonOfBrokenUpload(Session& session, Error error);
-
 // Ends an upload whose body was streamed: reads the response, or gives up after an error. The
 // result code; QV_ERROR_CONNECTION_CLOSED when the server ended the connection without an answer.
 Result<INT> FinishUpload(Session& session, TransferScope& transfer, Error error);

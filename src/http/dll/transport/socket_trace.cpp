@@ -1,7 +1,13 @@
 #include "transport/socket_trace.h"
 
+#include <array>
 #include <cstdint>
+#include <cstdio>
+#include <new>
+#include <optional>
+#include <string>
 
+#include "transport/socket_binding.h"
 #include "transport/trace.h"
 
 namespace qv::trace {
@@ -16,10 +22,13 @@ unsigned long long Address(const void* pointer) {
   return static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(pointer));
 }
 
+using AddressText = std::array<char, 80>;
+
 // "[address]:port" of a socket address.
-std::string Shown(const SocketAddress& address) {
+AddressText AddressTextOf(const SocketAddress& address) {
+  AddressText shown{"[NULL]"};
   const ws2::SockAddr* record = address.get();
-  if (record == nullptr) return "[NULL]";
+  if (record == nullptr) return shown;
   const void* bytes = nullptr;
   WORD port = 0;
   if (record->family == ws2::kFamilyInet6) {
@@ -32,8 +41,22 @@ std::string Shown(const SocketAddress& address) {
     port = ipv4->port;
   }
   const unsigned host_port = static_cast<unsigned>(port >> 8 | (port & 0xFF) << 8);
-  return "[" + AddressToText(record->family, bytes).value_or("NULL") +
-         "]:" + std::to_string(host_port);
+  const std::optional<std::string> text = AddressToText(record->family, bytes);
+  std::snprintf(shown.data(), shown.size(), "[%s]:%u", text ? text->c_str() : "NULL", host_port);
+  return shown;
+}
+
+// The same; the thread's socket error stays, and a lack of memory costs the address only.
+AddressText Shown(const SocketAddress& address) noexcept {
+  const int socket_error = LastSocketError();
+  AddressText shown{"[NULL]"};
+  try {
+    shown = AddressTextOf(address);
+  } catch (const std::bad_alloc&) {
+    shown = {"[?]"};
+  }
+  RestoreSocketError(socket_error);
+  return shown;
 }
 
 }  // namespace
@@ -44,7 +67,7 @@ void TraceClose(ws2::Socket socket, int result) {
 
 void TraceConnect(ws2::Socket socket, const SocketAddress& address, int result) {
   WriteCall(result == ws2::kSocketError, "connect(%lld, 0x%llx %s, %d) returned %d", Number(socket),
-            Address(address.get()), Shown(address).c_str(), address.length(), result);
+            Address(address.get()), Shown(address).data(), address.length(), result);
 }
 
 void TraceCreate(int family, int protocol, ws2::Socket result) {

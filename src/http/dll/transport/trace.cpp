@@ -1,10 +1,13 @@
 #include "transport/trace.h"
 
+#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "frame/library.h"
@@ -95,15 +98,6 @@ void RemoveLocked(State& state, const Entry* entry) {
   state.process_wide = false;
 }
 
-std::string DateAndTime() {
-  SYSTEMTIME now;
-  GetLocalTime(&now);
-  char text[40];
-  std::snprintf(text, sizeof(text), "%02d-%02d-%04d %02d:%02d:%02d", now.wMonth, now.wDay,
-                now.wYear, now.wHour, now.wMinute, now.wSecond);
-  return text;
-}
-
 // What writing a line needs of its entry, so that the file is written outside the lock.
 struct Target {
   std::string path;
@@ -111,13 +105,17 @@ struct Target {
   DWORD flags = 0;
 };
 
-std::optional<Target> TakeTarget() {
+std::optional<Target> TakeTarget() noexcept {
   State& state = GetState();
   const std::lock_guard lock(state.lock);
   const Entry* entry = FindLocked(state);
   if (entry == nullptr || entry->path.empty()) return std::nullopt;
   const DWORD elapsed = GetTickCount() - entry->last_tick;
-  return Target{entry->path, {entry->name, entry->key, elapsed}, entry->flags};
+  try {
+    return Target{entry->path, {entry->name, entry->key, elapsed}, entry->flags};
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
 }
 
 void NoteLine() {
@@ -126,16 +124,23 @@ void NoteLine() {
   if (Entry* entry = FindLocked(state)) entry->last_tick = GetTickCount();
 }
 
-void WriteLine(DWORD level, bool failed, std::string_view text) {
-  const int socket_error = LastSocketError();
-  if (const std::optional<Target> target = TakeTarget(); target && !text.empty()) {
-    const std::optional<std::string> line =
-        FormatLine(target->head, target->flags, {level, failed, socket_error}, text);
-    if (line) {
-      AppendToLogFile(target->path, *line);
-      NoteLine();
-    }
+// Whether the line passed the filters. A lack of memory costs the line, not what it is about.
+bool WriteTo(const Target& target, const LineKind& kind, std::string_view text) noexcept {
+  try {
+    const std::optional<std::string> line = FormatLine(target.head, target.flags, kind, text);
+    if (line) AppendToLogFile(target.path, *line);
+    return line.has_value();
+  } catch (const std::bad_alloc&) {
+    return false;
   }
+}
+
+// Times are counted from one text line to the next; a dump belongs to the line before it.
+void WriteLine(DWORD level, bool failed, std::string_view text) noexcept {
+  const int socket_error = LastSocketError();
+  const std::optional<Target> target = text.empty() ? std::nullopt : TakeTarget();
+  const bool written = target && WriteTo(*target, {level, failed, socket_error}, text);
+  if (written && (level & kFlagHexDump) == 0) NoteLine();
   RestoreSocketError(socket_error);
 }
 
@@ -146,46 +151,82 @@ void WriteFormatted(DWORD level, bool failed, const char* format, va_list argume
   WriteLine(level, failed, text);
 }
 
+using Message = std::array<char, kMessageCapacity>;
+
+// "started thread 0x01AB trace on 11-23-2026 11:12:14", to which more can be added.
+Message Announcement(const char* what, bool process_wide, DWORD key) {
+  SYSTEMTIME now;
+  GetLocalTime(&now);
+  Message text;
+  std::snprintf(text.data(), text.size(), "%s %s 0x%04lX trace on %02d-%02d-%04d %02d:%02d:%02d",
+                what, process_wide ? "process" : "thread", static_cast<unsigned long>(key),
+                now.wMonth, now.wDay, now.wYear, now.wHour, now.wMinute, now.wSecond);
+  return text;
+}
+
 void WriteStarted(bool process_wide, DWORD key) {
   OSVERSIONINFOA version{};
   version.dwOSVersionInfoSize = sizeof(version);
   QueryOsVersion(&version);
-  WriteMessage(Level::kInformation,
-               "started %s 0x%04lX trace on %s Windows x64-%ld.%ld.%ld [%d.%d.%d]",
-               process_wide ? "process" : "thread", static_cast<unsigned long>(key),
-               DateAndTime().c_str(), static_cast<long>(version.dwMajorVersion),
-               static_cast<long>(version.dwMinorVersion), static_cast<long>(version.dwBuildNumber),
-               kLibraryVersionMajor, kLibraryVersionMinor, kLibraryVersionBuild);
+  WriteMessage(Level::kInformation, "%s Windows x64-%ld.%ld.%ld [%d.%d.%d]",
+               Announcement("started", process_wide, key).data(),
+               static_cast<long>(version.dwMajorVersion), static_cast<long>(version.dwMinorVersion),
+               static_cast<long>(version.dwBuildNumber), kLibraryVersionMajor, kLibraryVersionMinor,
+               kLibraryVersionBuild);
 }
 
-// Takes a reference to the caller's entry, or makes one. `started` tells whether it is new.
-bool EnableEntry(std::string_view file, DWORD flags, bool delete_file, DWORD* key, bool* started) {
+// Gives a reference to the caller's entry back and removes it with the last one: what the line that
+// ends the log needs, if there is a file. `found` tells whether there was an entry.
+std::optional<Target> ReleaseEntry(bool* found, bool* process_wide) {
+  State& state = GetState();
+  const std::lock_guard lock(state.lock);
+  Entry* entry = FindLocked(state);
+  *found = entry != nullptr;
+  *process_wide = state.process_wide;
+  if (entry == nullptr || --entry->references > 0) return std::nullopt;
+  Target target{std::move(entry->path),
+                {std::move(entry->name), entry->key, GetTickCount() - entry->last_tick},
+                entry->flags};
+  RemoveLocked(state, entry);
+  return target.path.empty() ? std::nullopt : std::optional(std::move(target));
+}
+
+// What became of an entry.
+struct Enabled {
+  bool usable = false;
+  bool is_new = false;
+  bool process_wide = false;
+  DWORD key = 0;
+};
+
+// Takes a reference to the caller's entry, or makes one.
+Enabled EnableEntry(std::string_view file, DWORD flags, bool delete_file) {
   State& state = GetState();
   const std::lock_guard lock(state.lock);
   if ((flags & kFlagProcess) != 0) state.process_wide = true;
   flags &= ~kFlagProcess;
   if (flags == 0) flags = kFlagHexDump;
   Entry* entry = FindLocked(state);
-  *started = entry == nullptr;
-  *key = KeyLocked(state);
+  Enabled enabled{false, entry == nullptr, state.process_wide, KeyLocked(state)};
   if (entry == nullptr) {
     entry = AddLocked(state, flags);
-    if (entry == nullptr) return false;
+    if (entry == nullptr) return enabled;
   } else if (!file.empty()) {
     entry->path.clear();
   }
-  if (*started || !file.empty()) {
+  if (enabled.is_new || !file.empty()) {
     std::optional<std::string> path = ResolveLogFile(file);
-    if (!path) return false;
+    if (!path) return enabled;
     entry->path = *std::move(path);
   }
-  if (*started) {
+  if (enabled.is_new) {
     if (delete_file) DeleteLogFile(entry->path);
   } else {
     entry->flags = flags;
     ++entry->references;
   }
-  return true;
+  enabled.usable = true;
+  return enabled;
 }
 
 }  // namespace
@@ -194,33 +235,19 @@ std::atomic<int> live_entries{0};
 
 bool Enable(LPCSTR file, DWORD flags) {
   const bool delete_file = (flags & kFlagDeleteFile) != 0;
-  DWORD key = 0;
-  bool started = false;
-  if (!EnableEntry(TextOf(file), flags & ~kFlagDeleteFile, delete_file, &key, &started)) {
-    return false;
-  }
-  if (started) WriteStarted((flags & kFlagProcess) != 0, key);
-  return true;
+  const Enabled enabled = EnableEntry(TextOf(file), flags & ~kFlagDeleteFile, delete_file);
+  if (enabled.usable && enabled.is_new) WriteStarted(enabled.process_wide, enabled.key);
+  return enabled.usable;
 }
 
 bool Disable() {
-  State& state = GetState();
+  bool found = false;
   bool process_wide = false;
-  DWORD key = 0;
-  {
-    const std::lock_guard lock(state.lock);
-    Entry* entry = FindLocked(state);
-    if (entry == nullptr) return false;
-    if (--entry->references > 0) return true;
-    process_wide = state.process_wide;
-    key = entry->key;
+  const std::optional<Target> target = ReleaseEntry(&found, &process_wide);
+  if (target) {
+    WriteTo(*target, {}, Announcement("stopped", process_wide, target->head.key).data());
   }
-  WriteMessage(Level::kInformation, "stopped %s 0x%04lX trace on %s",
-               process_wide ? "process" : "thread", static_cast<unsigned long>(key),
-               DateAndTime().c_str());
-  const std::lock_guard lock(state.lock);
-  if (const Entry* entry = FindLocked(state)) RemoveLocked(state, entry);
-  return true;
+  return found;
 }
 
 void WriteMessage(Level level, const char* format, ...) {
@@ -243,9 +270,9 @@ void WriteData(std::string_view bytes) {
 
 void WriteSecureContent(const char* what, std::string_view bytes) {
   constexpr auto kContent = static_cast<DWORD>(Level::kSecureContent);
-  const std::string line =
-      std::string(what) + " buffer of " + std::to_string(bytes.size()) + " bytes";
-  WriteLine(kContent, false, line);
+  Message line;
+  std::snprintf(line.data(), line.size(), "%s buffer of %zu bytes", what, bytes.size());
+  WriteLine(kContent, false, line.data());
   WriteLine(kContent | static_cast<DWORD>(Level::kHexDump), false, bytes);
 }
 

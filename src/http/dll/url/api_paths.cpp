@@ -21,7 +21,7 @@ constexpr INT kUrlCapacity = 5120;
 qv::Result<INT> Deliver(std::string_view text, LPSTR target, INT capacity) {
   const auto length = static_cast<INT>(text.size());
   if (target == nullptr || capacity == 0) return length;
-  *target = '\0';
+  if (capacity > 0) *target = '\0';
   if (length >= capacity) return qv::Error(QV_ERROR_BUFFER_TOO_SMALL);
   return qv::CopyText(text, target, capacity);
 }
@@ -92,8 +92,7 @@ INT WINAPI HttpNormalizeUrlA(LPCSTR lpszURL, LPSTR lpszNormalized, INT nMaxLengt
     if (!url) return qv::Error(QV_ERROR_INVALID_URL_SCHEME);
     const std::optional<std::string> normalized =
         qv::CreateUrl(*url, 0, static_cast<INT>(kUrlTextCapacity));
-    if (!normalized) return 0;
-    return Deliver(*normalized, lpszNormalized, nMaxLength);
+    return Deliver(normalized.value_or(""), lpszNormalized, nMaxLength);
   });
 }
 

@@ -24,6 +24,11 @@ bool StartsWithDrive(std::string_view path) {
   return path.size() >= kDriveEnd && IsLetter(path[0]) && (path[1] == ':' || path[1] == '|');
 }
 
+// "C$/…", as drives are shared in a network.
+bool HasShareOfDrive(std::string_view path) {
+  return path.size() > kDriveEnd && IsLetter(path[0]) && path.substr(1, 2) == "$/";
+}
+
 std::string_view Unquoted(std::string_view text) {
   text = Trim(text);
   if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
@@ -79,7 +84,8 @@ Result<std::string> PathPart(std::string_view text, bool strict) {
   if (slashes > kDriveForm) return "//" + std::string(rest);
   if (slashes == 2) return PathBehindHost(rest, strict);
   if (strict) return Error(QV_ERROR_INVALID_PARAMETER);
-  return std::string(rest);
+  const bool drive = StartsWithDrive(rest) || HasShareOfDrive(rest);
+  return drive ? std::string(rest) : "/" + std::string(rest);
 }
 
 Result<std::string> Decoded(std::string_view path) {
@@ -129,9 +135,12 @@ bool IsDevice(std::string_view path) {
 }
 
 std::string Expanded(const std::string& path) {
-  char expanded[MAX_PATH];
-  const DWORD count = ExpandEnvironmentStringsA(path.c_str(), expanded, MAX_PATH);
-  return count > 1 && count <= MAX_PATH ? std::string(expanded) : path;
+  const DWORD needed = ExpandEnvironmentStringsA(path.c_str(), nullptr, 0);
+  std::string expanded(needed, '\0');
+  const DWORD count = ExpandEnvironmentStringsA(path.c_str(), expanded.data(), needed);
+  if (count <= 1 || count > needed) return path;
+  expanded.resize(count - 1);
+  return expanded;
 }
 
 Result<std::string> FullPath(const std::string& path) {
@@ -163,15 +172,15 @@ Result<std::string> LocalPathOfFileUrl(std::string_view url, DWORD options) {
   Result<std::string> path = PathPart(std::string_view(text).substr(kPrefix.size()), strict);
   if (!path) return path;
   if (path->empty() || *path == "/") return Error(QV_ERROR_BUFFER_TOO_SMALL);
-  if (!strict && path->size() >= 3 && path->substr(1, 2) == "$/") (*path)[1] = ':';
+  if (!strict && HasShareOfDrive(*path)) (*path)[1] = ':';
   path = Decoded(*path);
   if (!path) return path;
-  if (path->size() > 1 && (*path)[0] == '/' && StartsWithDrive(std::string_view(*path).substr(1))) {
-    path->erase(0, 1);
-  }
   if (Error error = MakeLocal(*path, strict)) return error;
   if ((options & kFileUrlExpand) != 0 && path->find('%') != std::string::npos) {
     path = Expanded(*path);
+  }
+  if (path->starts_with('\\') && StartsWithDrive(std::string_view(*path).substr(1))) {
+    path->erase(0, 1);
   }
   if (IsDevice(*path)) return Error(QV_ERROR_INVALID_FILE_TYPE);
   path = FullPath(*path);

@@ -207,6 +207,10 @@ typedef SECURITY_STATUS(WINAPI* FREE_CONTEXT_BUFFER_FN)(LPVOID buffer);
 // bytes) and SECBUFFER_EMPTY; the three lie one behind the other, and their cbBuffer become the
 // lengths to send. What the protocol owes the peer (the answer to a key update) goes in front of
 // the record; the sizes allow for it.
+//
+//   SEC_E_INCOMPLETE_MESSAGE  nothing was done: the last record that was decrypted ended inside a
+//                             message of the protocol's own, the rest of which has to be
+//                             decrypted first
 typedef SECURITY_STATUS(WINAPI* ENCRYPT_MESSAGE_FN)(PCtxtHandle context, ULONG quality,
                                                     PSecBufferDesc message, ULONG sequence);
 

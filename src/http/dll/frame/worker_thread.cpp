@@ -1,9 +1,8 @@
-#include "tasks/worker_thread.h"
+#include "frame/worker_thread.h"
 
 namespace qv {
 namespace {
 
-constexpr SIZE_T kStackSize = 0x80000;
 constexpr DWORD kSuspendFailed = 0xFFFFFFFFu;
 constexpr DWORD kTerminatedExitCode = 0xDEADBEEFu;
 
@@ -13,8 +12,8 @@ WorkerThread::~WorkerThread() {
   if (handle_ != nullptr) CloseHandle(handle_);
 }
 
-bool WorkerThread::Create(LPTHREAD_START_ROUTINE routine, LPVOID parameter) {
-  handle_ = CreateThread(nullptr, kStackSize, routine, parameter, CREATE_SUSPENDED, &id_);
+bool WorkerThread::Create(LPTHREAD_START_ROUTINE routine, LPVOID parameter, SIZE_T stack_size) {
+  handle_ = CreateThread(nullptr, stack_size, routine, parameter, CREATE_SUSPENDED, &id_);
   return handle_ != nullptr;
 }
 
@@ -22,7 +21,7 @@ void WorkerThread::Start() { ResumeThread(handle_); }
 
 bool WorkerThread::HasEnded() const {
   DWORD code = 0;
-  return GetExitCodeThread(handle_, &code) && code != STILL_ACTIVE;
+  return !GetExitCodeThread(handle_, &code) || code != STILL_ACTIVE;
 }
 
 bool WorkerThread::Wait(DWORD timeout_ms) const {

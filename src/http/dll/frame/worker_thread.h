@@ -1,6 +1,6 @@
-// The thread of one task, steered by any other thread.
-#ifndef QV_TASKS_WORKER_THREAD_H_
-#define QV_TASKS_WORKER_THREAD_H_
+// The thread of a task or of a queue, steered by any other thread.
+#ifndef QV_FRAME_WORKER_THREAD_H_
+#define QV_FRAME_WORKER_THREAD_H_
 
 #include <atomic>
 
@@ -16,13 +16,14 @@ class WorkerThread {
   WorkerThread(const WorkerThread&) = delete;
   WorkerThread& operator=(const WorkerThread&) = delete;
 
-  // Creates the thread, which runs when Start is called. False when the platform has no more.
-  bool Create(LPTHREAD_START_ROUTINE routine, LPVOID parameter);
+  // Creates the thread, which runs when Start is called; a stack size (bytes) of 0 is the
+  // platform's default. False when the platform has no more.
+  bool Create(LPTHREAD_START_ROUTINE routine, LPVOID parameter, SIZE_T stack_size = 0);
   void Start();
 
   DWORD id() const { return id_; }
   bool IsCaller() const { return id_ == GetCurrentThreadId(); }
-  bool HasEnded() const;
+  bool HasEnded() const;  // also when it was never created
 
   // Whether it has ended by then (milliseconds).
   bool Wait(DWORD timeout_ms) const;
@@ -44,4 +45,4 @@ class WorkerThread {
 
 }  // namespace qv
 
-#endif  // QV_TASKS_WORKER_THREAD_H_
+#endif  // QV_FRAME_WORKER_THREAD_H_
