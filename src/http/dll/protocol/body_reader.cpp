@@ -29,18 +29,26 @@ Result<std::size_t> ReadLength(Session& session, char* buffer, std::size_t size)
 
 // Takes what the receive buffer holds of the current chunk and of those that follow it.
 std::size_t TakeChunks(Session& session, char* buffer, std::size_t size) {
-  BodyFraming& framing = session.response.framing;
   ReceiveBuffer& input = session.connection.input;
+  std::string_view received = input.view();
+  uint64_t remaining = session.response.framing.remaining;
   std::size_t total = 0;
-  while (total < size && !input.empty()) {
-    if (framing.remaining == 0 && !TakeChunkSize(session)) break;
-    const std::size_t count =
-        std::min({size - total, input.size(), static_cast<std::size_t>(framing.remaining)});
-    std::memcpy(buffer + total, input.view().data(), count);
-    input.Consume(count);
-    framing.remaining -= count;
+  while (total < size && !received.empty()) {
+    if (remaining == 0) {
+      const ChunkLine line = FindChunkLine(received);
+      if (line.end == 0) break;
+      remaining = line.size;
+      received.remove_prefix(line.end);
+    }
+    const auto left = static_cast<std::size_t>(remaining);
+    const std::size_t count = std::min({size - total, received.size(), left});
+    std::memcpy(buffer + total, received.data(), count);
+    received.remove_prefix(count);
+    remaining -= count;
     total += count;
   }
+  input.Consume(input.size() - received.size());
+  session.response.framing.remaining = remaining;
   return total;
 }
 

@@ -50,12 +50,7 @@ Result<SizeLine> FindLine(std::string_view bytes) {
 
 // A size line as nearly all are: the line end of the chunk before, a few digits, a line end. The
 // size is 0 for any other one.
-struct PlainLine {
-  uint32_t size = 0;
-  std::size_t end = 0;
-};
-
-PlainLine FindPlainLine(std::string_view bytes) {
+ChunkLine FindPlainLine(std::string_view bytes) {
   constexpr int kDigitBits = 4;
   constexpr uint32_t kDigits = 1U << kDigitBits;
   constexpr std::ptrdiff_t kMostDigits = 7;  // they fit, whatever they are
@@ -132,20 +127,13 @@ Error ReadTrailer(Session& session) {
 
 }  // namespace
 
-bool TakeChunkSize(Session& session) {
-  ReceiveBuffer& input = session.connection.input;
-  if (const PlainLine plain = FindPlainLine(input.view()); plain.size > 0) {
-    session.response.framing.remaining = plain.size;
-    input.Consume(plain.end);
-    return true;
-  }
-  const Result<SizeLine> line = FindLine(input.view());
-  if (!line || line->end == 0) return false;
+ChunkLine FindChunkLine(std::string_view received) {
+  if (const ChunkLine plain = FindPlainLine(received); plain.size > 0) return plain;
+  const Result<SizeLine> line = FindLine(received);
+  if (!line || line->end == 0) return {};
   const Result<uint32_t> size = ParseSize(line->text);
-  if (!size || *size == 0) return false;
-  session.response.framing.remaining = *size;
-  input.Consume(line->end);
-  return true;
+  if (!size || *size == 0) return {};
+  return {*size, line->end};
 }
 
 Result<uint32_t> ReadChunkSize(Session& session) {

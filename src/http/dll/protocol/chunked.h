@@ -2,7 +2,9 @@
 #ifndef QV_PROTOCOL_CHUNKED_H_
 #define QV_PROTOCOL_CHUNKED_H_
 
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "frame/error.h"
 
@@ -10,9 +12,15 @@ namespace qv {
 
 struct Session;
 
-// Goes on to the next chunk if its size line has been received whole; whether it has. Never waits,
-// and leaves the last chunk and malformed lines to ReadChunkSize.
-bool TakeChunkSize(Session& session);
+// The size line of a chunk.
+struct ChunkLine {
+  uint32_t size = 0;
+  std::size_t end = 0;  // bytes up to behind its line end
+};
+
+// The size line at the front of what was received, `end` 0 when it has not come whole. The last
+// chunk and malformed lines, which ReadChunkSize deals with, count as not come.
+ChunkLine FindChunkLine(std::string_view received);
 
 // Reads a chunk-size line into the framing of the response; after the last chunk (size 0) also the
 // trailer section, whose fields join the response list, and the body is complete. A connection that

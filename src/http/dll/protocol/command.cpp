@@ -21,10 +21,12 @@ constexpr INT kResultOk = 200;
 constexpr DWORD kJustUsedMs = 10;
 
 // Whether a look at the socket would only cost time: the connection was in use a moment ago, and
-// the request is sent again where it finds the connection gone.
+// the request is sent again where it finds the connection gone. Not over TLS, which sends messages
+// of its own.
 bool WasJustUsed(const Session& session, Method method) {
-  const DWORD end = session.transfer.end_tick;
-  return IsSafe(method) && end != 0 && TransferCounters::Now() - end < kJustUsedMs;
+  const Connection& connection = session.connection;
+  return IsSafe(method) && connection.channel->security() == nullptr &&
+         TransferCounters::Now() - connection.idle_since < kJustUsedMs;
 }
 
 // Whether the connection may still hold something of an earlier exchange, or is at its end.

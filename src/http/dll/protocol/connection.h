@@ -48,6 +48,7 @@ struct Connection {
   std::atomic<bool> connected{false};
   bool peer_closed = false;  // it cannot carry another request
   bool used = false;         // it has carried a request
+  DWORD idle_since = 0;      // the tick when the last request was closed
 
   // Closes the socket, if there is one, and forgets what was received from it.
   void CloseSocket();

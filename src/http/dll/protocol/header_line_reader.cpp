@@ -1,7 +1,5 @@
 #include "protocol/header_line_reader.h"
 
-#include <array>
-
 #include "frame/session.h"
 #include "frame/text.h"
 #include "protocol/session_io.h"
@@ -9,33 +7,25 @@
 namespace qv {
 namespace {
 
-// Bytes that are stored as they are, whatever stands around them.
-constexpr auto kPlain = [] {
-  std::array<bool, 256> plain{};
-  for (std::size_t i = 0; i < plain.size(); ++i) {
-    const char c = static_cast<char>(i);
-    plain[i] = c != '\0' && c != '"' && !IsSpace(c);
+// Whether a line is stored as it stands: no control characters, quotes, or white space that is
+// dropped. The loop has no early end, so that compilers check many bytes at a time.
+bool IsPlain(std::string_view line) {
+  if (line.empty() || line.front() <= ' ' || line.front() == '"') return false;
+  const auto* const bytes = reinterpret_cast<const unsigned char*>(line.data());
+  unsigned char odd = 0;
+  for (std::size_t i = 1; i < line.size(); ++i) {
+    const bool double_space = (bytes[i] == ' ') & (bytes[i - 1] == ' ');
+    odd |= static_cast<unsigned char>((bytes[i] < ' ') | (bytes[i] == '"') | double_space);
   }
-  return plain;
-}();
-
-// How many of them the text begins with, single spaces between them included.
-std::size_t PlainLength(std::string_view text, bool after_space) {
-  std::size_t length = 0;
-  while (true) {
-    const std::size_t begin = length;
-    while (length < text.size() && kPlain[static_cast<unsigned char>(text[length])]) ++length;
-    if (length == text.size() || text[length] != ' ') return length;
-    if (length == begin && after_space) return length;
-    ++length;
-    after_space = true;
-  }
+  return odd == 0;
 }
 
 }  // namespace
 
 Result<bool> HeaderLineReader::Next() {
-  if (!state_.in_line) {
+  whole_ = {};
+  const bool fresh = !state_.in_line;
+  if (fresh) {
     state_.line.clear();
     state_.in_quotes = state_.after_space = false;
     state_.in_line = true;
@@ -49,24 +39,32 @@ Result<bool> HeaderLineReader::Next() {
     const std::string_view bytes = input.view();
     const std::size_t line_end = bytes.find('\n');
     const std::size_t taken = line_end == bytes.npos ? bytes.size() : line_end + 1;
-    Result<bool> complete = Take(bytes.substr(0, taken));
+    state_.block_size += taken;
+    if (state_.block_size > kLongestBlock) return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
+    const bool whole = fresh && state_.line.empty() && line_end != bytes.npos;
+    Result<bool> complete =
+        whole && TakeWhole(bytes.substr(0, line_end)) ? EndLine() : Take(bytes.substr(0, taken));
     input.Consume(taken);
     if (!complete || *complete) return complete;
   }
 }
 
+bool HeaderLineReader::TakeWhole(std::string_view line) {
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  if (line.size() > kLongestLine || !IsPlain(line)) return false;
+  whole_ = line;
+  state_.started = true;
+  return true;
+}
+
+Result<bool> HeaderLineReader::EndLine() {
+  if (++state_.lines > kMostFields) return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
+  state_.in_line = false;
+  return true;
+}
+
 Result<bool> HeaderLineReader::Take(std::string_view bytes) {
-  state_.block_size += bytes.size();
-  if (state_.block_size > kLongestBlock) return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
-  while (!bytes.empty()) {
-    const bool drops_space = state_.after_space || !state_.started;
-    if (const std::size_t plain = PlainLength(bytes, drops_space); plain > 0) {
-      Store(bytes.substr(0, plain));
-      bytes.remove_prefix(plain);
-      continue;
-    }
-    const char c = bytes.front();
-    bytes.remove_prefix(1);
+  for (const char c : bytes) {
     switch (c) {
       case '\0':
         return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
@@ -74,9 +72,7 @@ Result<bool> HeaderLineReader::Take(std::string_view bytes) {
         continue;
       case '\n':
         if (!state_.started) continue;
-        if (++state_.lines > kMostFields) return Error(QV_ERROR_INVALID_SERVER_RESPONSE);
-        state_.in_line = false;
-        return true;
+        return EndLine();
       case '"':
         state_.in_quotes = !state_.in_quotes;
         break;
@@ -85,17 +81,15 @@ Result<bool> HeaderLineReader::Take(std::string_view bytes) {
     }
     const bool space = IsSpace(c);
     if (space && !state_.in_quotes && (state_.after_space || !state_.started)) continue;
-    Store({&c, 1});
+    state_.after_space = space;
+    state_.started = true;
+    if (state_.line.size() < kLongestLine) state_.line.push_back(c);
   }
   return false;
 }
 
-void HeaderLineReader::Store(std::string_view bytes) {
-  state_.after_space = IsSpace(bytes.back());
-  state_.started = true;
-  state_.line.append(bytes.substr(0, kLongestLine - state_.line.size()));
+std::string_view HeaderLineReader::line() const {
+  return whole_.empty() ? TrimLeft(state_.line) : whole_;
 }
-
-std::string_view HeaderLineReader::line() const { return TrimLeft(state_.line); }
 
 }  // namespace qv

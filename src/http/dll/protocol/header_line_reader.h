@@ -41,17 +41,21 @@ class HeaderLineReader {
   // QV_ERROR_INVALID_SERVER_RESPONSE for a NUL byte or a block beyond its limits.
   Result<bool> Next();
 
-  // The line without white space at its start; valid until the next call.
+  // The line without white space at its start; valid until the next call, or until anything else
+  // reads from the session.
   std::string_view line() const;
 
  private:
   // Takes bytes into the line up to and including LF; whether the line is complete.
   Result<bool> Take(std::string_view bytes);
 
-  void Store(std::string_view bytes);
+  // Takes a line that lies in the input and needs no change, without a copy; whether it is one.
+  bool TakeWhole(std::string_view line);
+  Result<bool> EndLine();
 
   Session& session_;
   HeaderBlockState& state_;
+  std::string_view whole_;
 };
 
 }  // namespace qv

@@ -141,6 +141,7 @@ Error Http1Engine::CloseRequest(Session& session) {
   if (has_response && session.request.keep_alive_sent) DiscardBody(session);
   session.operation.status = HTTP_STATUS_IDLE;
   session.transfer.End();
+  session.connection.idle_since = session.transfer.end_tick;
   return error;
 }
 

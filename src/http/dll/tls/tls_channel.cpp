@@ -17,6 +17,8 @@ namespace {
 // More records without data in a row are an attack: session tickets and key updates come singly.
 constexpr int kMostEmptyRecords = 64;
 
+constexpr std::size_t kMostRecords = 4;  // sent together
+
 void TraceContent(const char* what, std::string_view bytes) {
   if (trace::Active()) trace::WriteSecureContent(what, bytes);
 }
@@ -148,11 +150,11 @@ Error TlsChannel::CompleteMessage(Session& session) {
   return goes_on ? kNoError : Error(QV_ERROR_SECURITY_ENCRYPTION);
 }
 
-// Encrypts what lies in record_; the length of the record. A failure of the provider stays, but not
-// one of completing a message first.
-Result<std::size_t> TlsChannel::EncryptRecord(Session& session, std::size_t size) {
+// Encrypts a message where it lies, behind the place for its header; the length of the record. A
+// failure of the provider stays, but not one of completing a message first.
+Result<std::size_t> TlsChannel::EncryptRecord(Session& session, char* record, std::size_t size) {
   while (true) {
-    Result<std::size_t> length = context_.Encrypt(record_.get(), size);
+    Result<std::size_t> length = context_.Encrypt(record, size);
     if (!length) send_error_ = length.error();
     if (!length || *length > 0) return length;
     const NotificationPause pause(session);
@@ -161,27 +163,49 @@ Result<std::size_t> TlsChannel::EncryptRecord(Session& session, std::size_t size
   }
 }
 
+// Space for the records of so many bytes.
+void TlsChannel::PrepareRecords(std::size_t size) {
+  const std::size_t count = (size + context_.largest_message() - 1) / context_.largest_message();
+  const std::size_t frame = context_.header_size() + context_.trailer_size();
+  const std::size_t needed = std::max<std::size_t>(count, 1) * (frame + context_.largest_message());
+  if (records_size_ >= needed) return;
+  records_ = std::make_unique_for_overwrite<char[]>(needed);
+  records_size_ = needed;
+}
+
+// Several records leave in one piece, since each call of the system may have to wait for the peer;
+// one at a time where a trace shows them, or where waiting is left to the caller.
 Result<INT> TlsChannel::Send(Session& session, const void* data, INT size) {
   if (send_error_) return send_error_;
+  const bool notifies = session.events.Notifies();
   constexpr ws2::TimeVal kNoWait{0, 0};
-  if (session.events.Notifies() && WaitSocket(socket_, ReadyFor::kWrite, &kNoWait).count <= 0) {
+  if (notifies && WaitSocket(socket_, ReadyFor::kWrite, &kNoWait).count <= 0) {
     RenewNotifications(session);  // nothing was sent that would announce when it can be
     return Error(QV_ERROR_OPERATION_WOULD_BLOCK);
   }
-  const std::size_t count = std::min(static_cast<std::size_t>(size), context_.largest_message());
-  const std::size_t needed =
-      context_.header_size() + context_.largest_message() + context_.trailer_size();
-  if (record_size_ < needed) {
-    record_ = std::make_unique_for_overwrite<char[]>(needed);
-    record_size_ = needed;
+  const bool together = !notifies && !trace::Active();
+  const std::size_t most = context_.largest_message() * (together ? kMostRecords : 1);
+  const std::string_view bytes(static_cast<const char*>(data),
+                               std::min(static_cast<std::size_t>(size), most));
+  PrepareRecords(bytes.size());
+  std::size_t taken = 0;
+  std::size_t filled = 0;
+  do {
+    const std::string_view message = bytes.substr(taken, context_.largest_message());
+    char* const record = records_.get() + filled;
+    std::memcpy(record + context_.header_size(), message.data(), message.size());
+    Result<std::size_t> length = EncryptRecord(session, record, message.size());
+    if (!length && filled == 0) return length.error();
+    if (!length) break;  // what is encrypted has to be sent; the failure is met again
+    filled += *length;
+    taken += message.size();
+  } while (taken < bytes.size());
+  if (Error error = SendToPeer(session, {records_.get(), filled})) {
+    send_error_ = error;  // whole, or nothing comes after it
+    return error;
   }
-  std::memcpy(record_.get() + context_.header_size(), data, count);
-  Result<std::size_t> length = EncryptRecord(session, count);
-  if (!length) return length.error();
-  send_error_ = SendToPeer(session, {record_.get(), *length});  // whole, or nothing comes after it
-  if (send_error_) return send_error_;
-  TraceContent("encrypted", {static_cast<const char*>(data), count});
-  return static_cast<INT>(count);
+  TraceContent("encrypted", bytes.substr(0, taken));
+  return static_cast<INT>(taken);
 }
 
 }  // namespace qv

@@ -37,15 +37,16 @@ class TlsChannel final : public Channel {
   Error AnswerRenegotiation(Session& session);
   Error FillInput(Session& session);
   Error CompleteMessage(Session& session);
-  Result<std::size_t> EncryptRecord(Session& session, std::size_t size);
+  Result<std::size_t> EncryptRecord(Session& session, char* record, std::size_t size);
+  void PrepareRecords(std::size_t size);
 
   const ws2::Socket socket_;
   PlainChannel transport_;
   SecurityContext context_;
   RecordBuffer input_;
-  std::span<char> plain_;           // decrypted, inside input_, and not yet delivered
-  std::unique_ptr<char[]> record_;  // work space of Send
-  std::size_t record_size_ = 0;
+  std::span<char> plain_;            // decrypted, inside input_, and not yet delivered
+  std::unique_ptr<char[]> records_;  // work space of Send
+  std::size_t records_size_ = 0;
   bool established_ = false;
   bool ended_ = false;         // the peer sends no more
   bool renegotiates_ = false;  // the peer waits for another handshake
