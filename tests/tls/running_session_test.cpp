@@ -178,18 +178,21 @@ TEST_F(RunningSessionTest, ConnectionsWithPartOfARecordAreNotUsedAgain) {
 
 // Handshakes that go on and on, and those that end in a reset.
 TEST_F(RunningSessionTest, HandshakesEnd) {
-  using How = RawServer::How;
   const std::string begin_of_record("\x16\x03\x03\x40\x00", 5);
-  const std::pair<RawServer::Exchange, DWORD> kCases[] = {
-      {{.reply = begin_of_record + std::string(16384, '\x01'),
-        .how = How::kDrip,
-        .before_request = true,
-        .pause = std::chrono::milliseconds(20)},
+  const std::pair<RawServer::Handler, DWORD> kCases[] = {
+      {[&](Connection& connection) {
+         connection.SendInPieces(begin_of_record + std::string(16384, '\x01'), 1,
+                                 std::chrono::milliseconds(20));
+       },
        QV_ERROR_OPERATION_TIMEOUT},
-      {{.reply = "", .how = How::kReset, .before_request = true}, QV_ERROR_SECURITY_CONTEXT},
+      {[](Connection& connection) {
+         connection.ReadBytes(5);  // the connect is over then
+         connection.Reset();
+       },
+       QV_ERROR_SECURITY_CONTEXT},
   };
-  for (const auto& [exchange, error] : kCases) {
-    const RawServer server(RawServer::Script{{exchange}});
+  for (const auto& [handler, error] : kCases) {
+    const RawServer server(handler);
     EXPECT_EQ(ConnectSecurely(server.port(), 0, nullptr, 1), INVALID_CLIENT);
     EXPECT_EQ(LastError(), error);
   }

@@ -208,6 +208,21 @@ TEST_F(CancelTransfersTest, WhileAnInterimResponseIsAwaited) {
       [&](HCLIENT) { return stalled.load(); });
 }
 
+// A body without bytes leaves no later moment to look.
+TEST_F(CancelTransfersTest, InsideTheLastEventBeforeAnEmptyBody) {
+  const RawServer server([&](Connection& connection) {
+    while (connection.ReadRequest()) connection.Send(Response("200 OK", {}, ""));
+  });
+  const HCLIENT session = Connect(server.port(), HTTP_OPTION_KEEPALIVE, 0, 20);
+  const HTTPEVENTPROC cancel = [](HCLIENT client, UINT, DWORD, DWORD_PTR) { HttpCancel(client); };
+  ASSERT_EQ(HttpRegisterEvent(session, HTTP_EVENT_FILEOPEN, cancel, 0), 0);
+  const std::string target = folder_.file("empty");
+  EXPECT_EQ(HttpGetFileA(session, target.c_str(), "/", 0, 0), HTTP_ERROR);
+  EXPECT_EQ(LastError(), DWORD{QV_ERROR_OPERATION_CANCELED});
+  HttpRegisterEvent(session, HTTP_EVENT_FILEOPEN, nullptr, 0);
+  EXPECT_EQ(HttpGetFileA(session, target.c_str(), "/", 0, 0), 200);
+}
+
 // Cancelled or not, at any moment: a transfer is whole or it fails, and the next one starts clean.
 TEST_F(CancelTransfersTest, AtRandomMoments) {
   const std::string body = Pattern(200000);

@@ -56,7 +56,7 @@ class PollList {
     for (UINT i = 0; i < set->count; ++i) {
       const int descriptor = Descriptor(set->sockets[i]);
       if (descriptor < 0) return false;
-      items_[count_] = {set->sockets[i], set, purpose};
+      items_[count_] = {set->sockets[i], set, purpose, false};
       entries_[count_++] = {descriptor, EventsFor(purpose), 0};
     }
     return true;
@@ -106,7 +106,7 @@ class PollList {
     Socket socket;
     FdSet* set;
     Purpose purpose;
-    bool ready;  // set by Judge; the arrays are large and cost nothing where they are not used
+    bool ready;  // no default: the arrays are large, and most of them is never used
   };
 
   std::array<pollfd, kSetCount* ::ws2::kSetSize> entries_;

@@ -3,11 +3,12 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
+#include <istream>
 #include <limits>
 #include <system_error>
 
 #include "failure.h"
+#include "interrupt.h"
 #include "multipart.h"
 #include "qvhttp12.h"
 
@@ -26,30 +27,39 @@ constexpr const char* kDefaultField = "file";
 // separators.
 constexpr const char* kSpecialInNames = "%\\";
 
-std::string ReadFile(const std::string& name) {
-  std::string content;
-  bool failed = false;
-  if (name == kStandardInput) {
-    content.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
-    failed = std::cin.bad();
-  } else {
-    std::error_code ignored;
-    std::ifstream file(name, std::ios::binary);
-    failed = !file || fs::is_directory(name, ignored);
-    if (!failed) {
-      content.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-      failed = file.bad();
-    }
-  }
-  if (failed) throw Failure(ExitCode::kFailure, "cannot read " + name);
-  return content;
-}
-
-void CheckSize(const RequestBody& body) {
-  if (body.content.size() > std::numeric_limits<DWORD>::max()) {
+void CheckSize(std::size_t size) {
+  if (size > std::numeric_limits<DWORD>::max()) {
     throw Failure(ExitCode::kFailure, "a body of 4 GiB or more cannot be sent from memory");
   }
 }
+
+// Reads to the end; a device may have none.
+std::string ReadWhole(std::istream& stream, const std::string& name) {
+  constexpr std::size_t kBlock = std::size_t{1} << 20;
+  std::string content;
+  while (stream) {
+    CheckInterrupted();
+    const std::size_t have = content.size();
+    content.resize(have + kBlock);
+    stream.read(content.data() + have, kBlock);
+    content.resize(have + static_cast<std::size_t>(stream.gcount()));
+    CheckSize(content.size());
+  }
+  if (stream.bad()) throw Failure(ExitCode::kFailure, "cannot read " + name);
+  return content;
+}
+
+std::string ReadFile(const std::string& name) {
+  if (name == kStandardInput) return ReadWhole(std::cin, name);
+  std::error_code ignored;
+  std::ifstream file(name, std::ios::binary);
+  if (!file || fs::is_directory(name, ignored)) {
+    throw Failure(ExitCode::kFailure, "cannot read " + name);
+  }
+  return ReadWhole(file, name);
+}
+
+void CheckSize(const RequestBody& body) { CheckSize(body.content.size()); }
 
 bool IsStreamed(const std::string& name) {
   std::error_code error;

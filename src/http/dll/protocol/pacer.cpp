@@ -34,12 +34,17 @@ Error Pacer::AfterBlock() {
       if (Error error = session_.CheckAlive()) return error;
     }
   }
+  return CheckCancel();
+}
+
+Error Pacer::CheckCancel() {
   if (!session_.operation.cancel) return kNoError;
   RaiseEvent(session_, Event::kCancel, QV_ERROR_OPERATION_CANCELED);
   return QV_ERROR_OPERATION_CANCELED;
 }
 
 Error Pacer::Finish() {
+  if (Error error = CheckCancel()) return error;  // a body without blocks
   RaiseEvent(session_, Event::kProgress, kNoError);
   return session_.CheckAlive();
 }

@@ -18,13 +18,15 @@ class Pacer {
   // QV_ERROR_INVALID_HANDLE.
   Error AfterBlock();
 
-  // The last progress event of a transfer that went well.
+  // The last progress event of a transfer that went well; fails as AfterBlock.
   Error Finish();
 
   // Whether transfers pause after each block, so that blocks must not exceed kPieceSize.
   bool pauses() const { return pause_ms_ > 0; }
 
  private:
+  Error CheckCancel();
+
   Session& session_;
   DWORD pause_ms_;
   DWORD last_progress_;

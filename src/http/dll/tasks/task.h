@@ -32,10 +32,14 @@ class Task {
   Error error() const { return error_.load(); }
   const HTTPTRANSFERSTATUSEX& final_status() const { return final_status_; }  // after the end
 
-  // Milliseconds from the start to the end, or to now; and from the end to `now` (which may be
-  // before it).
+  // Milliseconds from the start to the end, or to now; and from the end to `now`, 0 where `now` was
+  // taken shortly before it.
   DWORD Elapsed() const;
-  LONG SinceEnd(DWORD now) const { return static_cast<LONG>(now - end_tick_); }
+  DWORD SinceEnd(DWORD now) const {
+    constexpr DWORD kShortlyMs = 60000;
+    const DWORD end = end_tick_;
+    return end - now < kShortlyMs ? 0 : now - end;
+  }
 
   // ---- The task's session ----
 

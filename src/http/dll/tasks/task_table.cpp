@@ -10,7 +10,7 @@
 namespace qv {
 namespace {
 
-constexpr LONG kListedAfterEndMs = 120000;
+constexpr DWORD kListedAfterEndMs = 120000;
 
 bool Matches(Task& task, DWORD now, DWORD options) {
   if (task.Ended()) {
