@@ -46,14 +46,15 @@ INT WINAPI HttpAddFormFieldW(HFORM hForm, LPCWSTR lpszFieldName, LPCVOID lpField
   return qv::Boundary<INT>(HTTP_ERROR, [&]() -> qv::Result<INT> {
     qv::Result<qv::FormRef> form = qv::FormTable::Get().Find(hForm);
     if (!form) return form.error();
-    std::optional<std::string> text;
+    std::string text;
     if (lpFieldData != nullptr && cbFieldData == kTextLength) {
-      text = qv::StrictUtf8(static_cast<LPCWSTR>(lpFieldData));
-      if (!text) return qv::Error(QV_ERROR_INVALID_UNICOODE);
+      std::optional<std::string> narrow = qv::StrictUtf8(static_cast<LPCWSTR>(lpFieldData));
+      if (!narrow) return qv::Error(QV_ERROR_INVALID_UNICOODE);
+      text = *std::move(narrow);
+      lpFieldData = text.c_str();
     }
-    const INT result =
-        HttpAddFormFieldA(hForm, qv::NarrowText(lpszFieldName), text ? text->c_str() : lpFieldData,
-                          text ? static_cast<DWORD>(text->size()) : cbFieldData, dwReserved);
+    const INT result = HttpAddFormFieldA(hForm, qv::NarrowText(lpszFieldName), lpFieldData,
+                                         cbFieldData, dwReserved);
     if (result == HTTP_ERROR) return qv::Error();
     return result;
   });
