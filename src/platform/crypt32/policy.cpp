@@ -62,10 +62,11 @@ Verdict CheckName(const ChainContext& chain, LPCWSTR wanted) {
   const ServerName name = ParseServerName(FromWide(wanted, CP_UTF8));
   X509* const end = chain.certificate(0);
   const bool matches =
-      name.is_address ? X509_check_ip_asc(end, name.text.c_str(), 0) == 1
-                      : !name.text.empty() &&
-                            X509_check_host(end, name.text.data(), name.text.size(),
-                                            X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS, nullptr) == 1;
+      name.is_address
+          ? X509_check_ip_asc(end, name.text.c_str(), 0) == 1
+          : !name.text.empty() && name.text.front() != '.' &&  // that asks for any label
+                X509_check_host(end, name.text.data(), name.text.size(),
+                                X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS, nullptr) == 1;
   return matches ? Verdict{} : Verdict{CERT_E_CN_NO_MATCH, 0};
 }
 

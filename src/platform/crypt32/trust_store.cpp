@@ -2,9 +2,13 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <mutex>
+#include <sstream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "crypt32/openssl_ptr.h"
@@ -25,10 +29,9 @@ struct Source {
   }
 };
 
-Source Describe(const char* variable, const char* standard) {
-  const char* const configured = secure_getenv(variable);
+Source Describe(std::string path) {
   Source source;
-  source.path = configured != nullptr ? configured : standard;
+  source.path = std::move(path);
   struct stat status {};
   if (stat(source.path.c_str(), &status) == 0) {
     source.inode = status.st_ino;
@@ -36,6 +39,29 @@ Source Describe(const char* variable, const char* standard) {
     source.changed = status.st_mtim;
   }
   return source;
+}
+
+bool HasChanged(const Source& source) { return !(Describe(source.path) == source); }
+
+std::string Configured(const char* variable, const char* standard) {
+  const char* const configured = secure_getenv(variable);
+  return configured != nullptr ? configured : standard;
+}
+
+// The folders tell of certificates that come and go. A revocation list is renewed in its place.
+std::vector<Source> DescribeAll(const std::string& file, const std::string& folders) {
+  std::vector<Source> sources = {Describe(file)};
+  std::istringstream list(folders);
+  for (std::string folder; std::getline(list, folder, ':');) {
+    sources.push_back(Describe(folder));
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+      const std::filesystem::path& path = entry->path();
+      if (path.extension().string().starts_with(".r")) sources.push_back(Describe(path.string()));
+    }
+  }
+  return sources;
 }
 
 std::shared_ptr<X509_STORE> ReadRoots() {
@@ -48,6 +74,7 @@ std::shared_ptr<X509_STORE> ReadRoots() {
 
 struct Cache {
   std::mutex mutex;
+  std::string file, folders;
   std::vector<Source> sources;
   std::shared_ptr<X509_STORE> store;
 };
@@ -56,13 +83,15 @@ struct Cache {
 
 std::shared_ptr<X509_STORE> TrustedRoots() {
   static Cache& cache = *new Cache;  // lives on for code that runs while the process ends
-  std::vector<Source> sources = {
-      Describe(X509_get_default_cert_file_env(), X509_get_default_cert_file()),
-      Describe(X509_get_default_cert_dir_env(), X509_get_default_cert_dir())};
+  std::string file = Configured(X509_get_default_cert_file_env(), X509_get_default_cert_file());
+  std::string folders = Configured(X509_get_default_cert_dir_env(), X509_get_default_cert_dir());
   const std::lock_guard lock(cache.mutex);
-  if (cache.store == nullptr || cache.sources != sources) {
+  if (cache.store == nullptr || cache.file != file || cache.folders != folders ||
+      std::any_of(cache.sources.begin(), cache.sources.end(), HasChanged)) {
+    cache.sources = DescribeAll(file, folders);  // first: what changes meanwhile is read again
     cache.store = ReadRoots();
-    cache.sources = std::move(sources);
+    cache.file = std::move(file);
+    cache.folders = std::move(folders);
   }
   return cache.store;
 }

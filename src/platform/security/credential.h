@@ -15,9 +15,10 @@ namespace platform::security {
 struct Credential {
   int lowest_version = 0;  // TLS1_VERSION...
   int highest_version = 0;
-  crypt32::CertificateRef certificate;  // null: none
-  crypt32::X509StackPtr intermediates;  // for the server, from the certificate upwards
-  std::string fingerprint;              // of the certificate; empty without one
+  DWORD port = 0;                                 // of the server; 0: not known
+  crypt32::CertificateRef certificate;            // null: none
+  std::shared_ptr<STACK_OF(X509)> intermediates;  // for the server, from the certificate upwards
+  std::string fingerprint;                        // of the certificate; empty without one
   std::shared_ptr<const KeyLog> key_log;
 };
 using CredentialRef = std::shared_ptr<const Credential>;

@@ -15,7 +15,7 @@ namespace platform::security {
 template <typename Object>
 inline constexpr ULONG_PTR kMark = 0;
 template <>
-inline constexpr ULONG_PTR kMark<const CredentialRef> = 0x43726564;  // "Cred"
+inline constexpr ULONG_PTR kMark<CredentialRef> = 0x43726564;  // "Cred"
 template <>
 inline constexpr ULONG_PTR kMark<TlsContext> = 0x43747874;  // "Ctxt"
 

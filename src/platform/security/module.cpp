@@ -15,6 +15,7 @@ SecurityFunctionTableA MakeTable() {
   table.dwVersion = SECURITY_SUPPORT_PROVIDER_INTERFACE_VERSION;
   table.AcquireCredentialsHandleA = &AcquireCredentialsHandleA;
   table.FreeCredentialsHandle = &FreeCredentialsHandle;
+  table.SetCredentialsAttributesA = &SetCredentialsAttributesA;
   table.InitializeSecurityContextA = &InitializeSecurityContextA;
   table.DeleteSecurityContext = &DeleteSecurityContext;
   table.ApplyControlToken = &ApplyControlToken;

@@ -90,14 +90,30 @@ SECURITY_STATUS WINAPI AcquireCredentialsHandleA(LPSTR /*principal*/, LPSTR pack
     CredentialRef made;
     const SECURITY_STATUS status = MakeCredential(credentials, made);
     if (status != SEC_E_OK) return status;
-    *credential = ToHandle(std::make_unique<const CredentialRef>(std::move(made)));
+    *credential = ToHandle(std::make_unique<CredentialRef>(std::move(made)));
     if (expiry != nullptr) *expiry = {};
     return SEC_E_OK;
   });
 }
 
 SECURITY_STATUS WINAPI FreeCredentialsHandle(PCredHandle credential) noexcept {
-  return DeleteHandle<const CredentialRef>(credential);
+  return DeleteHandle<CredentialRef>(credential);
+}
+
+SECURITY_STATUS WINAPI SetCredentialsAttributesA(PCredHandle credential, ULONG attribute,
+                                                 LPVOID buffer, ULONG size) noexcept {
+  return Guarded([&] {
+    CredentialRef* const changed = FromHandle<CredentialRef>(credential);
+    if (changed == nullptr) return SEC_E_INVALID_HANDLE;
+    if (attribute != SECPKG_CRED_ATTR_SERVER_PORT) return SEC_E_UNSUPPORTED_FUNCTION;
+    DWORD port = 0;
+    if (buffer == nullptr || size != sizeof(port)) return SEC_E_INVALID_PARAMETER;
+    std::memcpy(&port, buffer, sizeof(port));
+    auto copy = std::make_shared<Credential>(**changed);  // contexts keep what they were made with
+    copy->port = port;
+    *changed = std::move(copy);
+    return SEC_E_OK;
+  });
 }
 
 SECURITY_STATUS WINAPI InitializeSecurityContextA(
@@ -109,7 +125,7 @@ SECURITY_STATUS WINAPI InitializeSecurityContextA(
     if (token == nullptr || (requirements & ISC_REQ_ALLOCATE_MEMORY) == 0) {
       return SEC_E_INVALID_PARAMETER;
     }
-    const CredentialRef* const used_credential = FromHandle<const CredentialRef>(credential);
+    const CredentialRef* const used_credential = FromHandle<CredentialRef>(credential);
     TlsContext* running = FromHandle<TlsContext>(context);
     std::unique_ptr<TlsContext> made;
     if (context == nullptr) {

@@ -12,6 +12,8 @@ SECURITY_STATUS WINAPI AcquireCredentialsHandleA(LPSTR principal, LPSTR package,
                                                  PCredHandle credential,
                                                  PTimeStamp expiry) noexcept;
 SECURITY_STATUS WINAPI FreeCredentialsHandle(PCredHandle credential) noexcept;
+SECURITY_STATUS WINAPI SetCredentialsAttributesA(PCredHandle credential, ULONG attribute,
+                                                 LPVOID buffer, ULONG size) noexcept;
 SECURITY_STATUS WINAPI InitializeSecurityContextA(PCredHandle credential, PCtxtHandle context,
                                                   LPSTR target, ULONG requirements, ULONG reserved1,
                                                   ULONG data_representation, PSecBufferDesc input,

@@ -60,7 +60,8 @@ TlsContext::~TlsContext() {
 
 // Sessions are shared by connections that would negotiate and prove the same.
 std::string TlsContext::SessionKey() const {
-  return target_ + '/' + std::to_string(credential_->lowest_version) + '/' +
+  return target_ + '/' + std::to_string(credential_->port) + '/' +
+         std::to_string(credential_->lowest_version) + '/' +
          std::to_string(credential_->highest_version) + '/' + credential_->fingerprint;
 }
 

@@ -31,6 +31,15 @@ class Validation : public testing::Test {
     setenv("SSL_CERT_DIR", folder_.file("none").c_str(), 1);
   }
 
+  // The name, but for its ending, under which a folder of roots has what is of this authority.
+  static std::string HashedName(const TlsIdentity& authority) {
+    char hash[16];
+    snprintf(hash, sizeof(hash), "%08lx",
+             X509_NAME_hash_ex(X509_get_subject_name(authority.certificate.get()), nullptr, nullptr,
+                               nullptr));
+    return std::string("roots/") + hash;
+  }
+
   TlsIdentity Issue(const IdentityOptions& options) const {
     return MakeIdentity(options, &intermediate_);
   }
@@ -177,13 +186,20 @@ TEST_F(Validation, TrustIsWhatTheUserSays) {
   WriteFile(getenv("SSL_CERT_FILE"), stranger_.CertificatePem() + self_signed.CertificatePem());
   EXPECT_EQ(Check(good, {intermediate_}), CERT_E_UNTRUSTEDCA);
   // A folder of roots, each named by the hash of its subject.
-  char hash[16];
-  snprintf(hash, sizeof(hash), "%08lx.0",
-           X509_NAME_hash_ex(X509_get_subject_name(authority_.certificate.get()), nullptr, nullptr,
-                             nullptr));
-  folder_.Write(std::string("roots/") + hash, authority_.CertificatePem());
-  setenv("SSL_CERT_DIR", folder_.file("roots").c_str(), 1);
+  const std::string root = HashedName(authority_) + ".0";
+  folder_.Write(root, authority_.CertificatePem());
+  setenv("SSL_CERT_DIR", (folder_.file("empty") + ":" + folder_.file("roots")).c_str(), 1);
   EXPECT_EQ(Check(good, {intermediate_}), DWORD{0});
+  // It is followed while the program runs, and so are the lists of revoked certificates in it.
+  const std::string list = HashedName(intermediate_) + ".r0";
+  folder_.Write(list, MakeRevocationList(intermediate_, {}));
+  EXPECT_EQ(Check(good, {intermediate_}), DWORD{0});
+  WriteFile(folder_.file(list), MakeRevocationList(intermediate_, {good}));
+  EXPECT_EQ(Check(good, {intermediate_}), CERT_E_REVOKED);
+  WriteFile(folder_.file(list), MakeRevocationList(intermediate_, {}));
+  EXPECT_EQ(Check(good, {intermediate_}), DWORD{0});
+  std::remove(folder_.file(root).c_str());
+  EXPECT_EQ(Check(good, {intermediate_}), CERT_E_UNTRUSTEDCA);
 }
 
 TEST_F(Validation, NamesAndAddressesAreCompared) {
@@ -206,6 +222,7 @@ TEST_F(Validation, NamesAndAddressesAreCompared) {
       {chain, u"a.www.example.org", false},
       {chain, u"a.wild.example", true},
       {chain, u"wild.example", false},
+      {chain, u".wild.example", false},
       {chain, u"a.b.wild.example", false},
       {chain, u"b\u00FCcher.example", true},
       {chain, u"common.example", false},  // the alternative names replace it

@@ -199,7 +199,7 @@ TEST(TlsSession, ErrorsOfTheApplicationStayItsOwn) {
   EXPECT_EQ(ERR_get_error(), 0u) << "nothing is left behind";
 }
 
-TEST(TlsResumption, IsBoundToNameAndProtocols) {
+TEST(TlsResumption, IsBoundToNamePortAndProtocols) {
   for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
     TlsPeer first(Server(version));
     const DWORD bit = version == TLS1_2_VERSION ? SP_PROT_TLS1_2_CLIENT : SP_PROT_TLS1_3_CLIENT;
@@ -208,11 +208,14 @@ TEST(TlsResumption, IsBoundToNameAndProtocols) {
       std::string target;
       DWORD protocols;
       bool resumed;
+      DWORD port = 443;
     } kCases[] = {
         {name, 0, false},
         {name, 0, true},
         {"RESUMPTION" + std::to_string(version) + ".example.", 0, true},
         {"other.example", 0, false},
+        {name, 0, false, 8443},
+        {name, 0, true},
         {name, bit, false},
         {name, bit, true},
     };
@@ -222,6 +225,7 @@ TEST(TlsResumption, IsBoundToNameAndProtocols) {
       ClientOptions options;
       options.target = each.target;
       options.protocols = each.protocols;
+      options.port = each.port;
       TlsClient client(peer, options);
       ASSERT_EQ(client.Connect(), SEC_E_OK);
       peer.Write("x");

@@ -55,8 +55,13 @@ SECURITY_STATUS TlsClient::Acquire(PCCERT_CONTEXT certificate, CredHandle& crede
   newer.dwFlags = kFlags;
   char package[] = UNISP_NAME_A;
   void* const description = options_.protocols != 0 ? static_cast<void*>(&older) : &newer;
-  return Provider()->AcquireCredentialsHandleA(nullptr, package, SECPKG_CRED_OUTBOUND, nullptr,
-                                               description, nullptr, nullptr, &credential, nullptr);
+  const SECURITY_STATUS status =
+      Provider()->AcquireCredentialsHandleA(nullptr, package, SECPKG_CRED_OUTBOUND, nullptr,
+                                            description, nullptr, nullptr, &credential, nullptr);
+  DWORD port = options_.port;
+  if (status != SEC_E_OK || port == 0) return status;
+  return Provider()->SetCredentialsAttributesA(&credential, SECPKG_CRED_ATTR_SERVER_PORT, &port,
+                                               sizeof(port));
 }
 
 bool TlsClient::AcquireForIssuers() {

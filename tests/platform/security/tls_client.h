@@ -18,6 +18,7 @@ const SecurityFunctionTableA* Provider();
 
 struct ClientOptions {
   std::string target = "localhost";
+  DWORD port = 0;
   DWORD protocols = 0;  // SP_PROT_* bits; 0: the newer description without any
   PCCERT_CONTEXT certificate = nullptr;
   // Where a certificate is looked for when the server asks for one; not used when null.

@@ -80,6 +80,13 @@ SECURITY_STATUS AcquireOld(const Session& session, PCCERT_CONTEXT* certificate,
   return Acquire(&description, handle);
 }
 
+// Keeps the sessions that can be resumed apart; a provider that cannot does without.
+void SetServerPort(const Session& session, CredHandle& handle) {
+  DWORD port = session.connection.port;
+  const auto set = SecurityProvider().SetCredentialsAttributesA;
+  if (set != nullptr) set(&handle, SECPKG_CRED_ATTR_SERVER_PORT, &port, sizeof(port));
+}
+
 Result<TlsCredential> AcquireHandle(const Session& session, PCCERT_CONTEXT certificate,
                                     SECURITY_STATUS& status) {
   CredHandle handle{};
@@ -89,6 +96,7 @@ Result<TlsCredential> AcquireHandle(const Session& session, PCCERT_CONTEXT certi
   }
   if (status != SEC_E_OK) status = AcquireOld(session, &certificate, &handle);
   if (status != SEC_E_OK) return Error(QV_ERROR_SECURITY_CREDENTIALS);
+  SetServerPort(session, handle);
   return TlsCredential(handle);
 }
 

@@ -158,6 +158,13 @@ typedef SECURITY_STATUS(WINAPI* ACQUIRE_CREDENTIALS_HANDLE_FN_A)(
 // Contexts that use the credential go on.
 typedef SECURITY_STATUS(WINAPI* FREE_CREDENTIALS_HANDLE_FN)(PCredHandle credential);
 
+// This layer's own: a DWORD, the port of the server that contexts made from now on lead to, so that
+// they resume no session with a neighbour of the same name. 0 when it was never set.
+inline constexpr ULONG SECPKG_CRED_ATTR_SERVER_PORT = 0x51560001;
+typedef SECURITY_STATUS(WINAPI* SET_CREDENTIALS_ATTRIBUTES_FN_A)(PCredHandle credential,
+                                                                 ULONG attribute, LPVOID buffer,
+                                                                 ULONG size);
+
 // ---- Contexts ----------------------------------------------------------------------------------
 inline constexpr ULONG ISC_REQ_REPLAY_DETECT = 0x4;
 inline constexpr ULONG ISC_REQ_SEQUENCE_DETECT = 0x8;
@@ -172,23 +179,24 @@ inline constexpr ULONG SECURITY_NATIVE_DREP = 16;
 // others have the context and the peer's bytes in a SECBUFFER_TOKEN, and a SECBUFFER_EMPTY.
 //
 //   SEC_I_CONTINUE_NEEDED         send the token if there is one, come back with what the peer
-//   sends SEC_E_OK                      the same, and the handshake is complete
+//                                 sends
+//   SEC_E_OK                      the same, and the handshake is complete
 //   SEC_E_INCOMPLETE_MESSAGE      nothing was used: come back with the same bytes and more; the
 //                                 second buffer is SECBUFFER_MISSING. An empty input counts as one.
 //   SEC_I_INCOMPLETE_CREDENTIALS  the server asks for a certificate and the credential has none:
 //                                 come back with the same input and with a credential that has one,
 //                                 or with the same credential to go on without
-//   failure                       the token, when ISC_RET_EXTENDED_ERROR is among the attributes,
-//   is
-//                                 the alert for the peer
+//   failure                       the token, when ISC_RET_EXTENDED_ERROR is among the
+//                                 attributes, is the alert for the peer
 //
 // With SEC_E_OK and SEC_I_CONTINUE_NEEDED the second input buffer becomes SECBUFFER_EXTRA when the
 // last bytes of the input were not used: they belong to the next call or, after the handshake, to
 // DecryptMessage. Tokens are given back with FreeContextBuffer.
 //
 // The target is the server's name: it is sent to the server unless it is an IP address, and
-// sessions with the same target, protocols and client certificate are resumed. A context whose
-// shutdown was asked for with ApplyControlToken gives its close-notify as token with SEC_E_OK.
+// sessions with the same target, port, protocols and client certificate are resumed. A context
+// whose shutdown was asked for with ApplyControlToken gives its close-notify as token with
+// SEC_E_OK.
 typedef SECURITY_STATUS(WINAPI* INITIALIZE_SECURITY_CONTEXT_FN_A)(
     PCredHandle credential, PCtxtHandle context, LPSTR target, ULONG requirements, ULONG reserved1,
     ULONG data_representation, PSecBufferDesc input, ULONG reserved2, PCtxtHandle new_context,
@@ -307,7 +315,7 @@ struct SecurityFunctionTableA {  // 240 bytes
   ENCRYPT_MESSAGE_FN EncryptMessage;
   DECRYPT_MESSAGE_FN DecryptMessage;
   LPVOID SetContextAttributesA;
-  LPVOID SetCredentialsAttributesA;
+  SET_CREDENTIALS_ATTRIBUTES_FN_A SetCredentialsAttributesA;
   LPVOID ChangeAccountPasswordA;
 };
 typedef SecurityFunctionTableA* PSecurityFunctionTableA;
