@@ -1,6 +1,7 @@
 #include "queue/control.h"
 
 #include "frame/library.h"
+#include "protocol/transfer_counters.h"
 #include "queue/queue_table.h"
 
 namespace qv {
@@ -57,9 +58,14 @@ Error AwaitRun(RunState& run, DWORD timeout) {
     return QV_ERROR_OPERATION_TIMEOUT;
   }
   LibraryLock lock;
+  const DWORD start_tick = run.start_tick;
   run.Read();
-  const bool deleted = run.end_tick == 0 && run.queue->Abandoned();
-  return deleted ? Error(QV_ERROR_INVALID_QUEUE_HANDLE) : kNoError;
+  if (run.end_tick != 0) return kNoError;
+  if (run.queue->Abandoned()) return QV_ERROR_INVALID_QUEUE_HANDLE;
+  // The last callback has started the queue again; the run that was waited for is over.
+  run.start_tick = start_tick;
+  run.end_tick = TransferCounters::Now();
+  return kNoError;
 }
 
 }  // namespace
