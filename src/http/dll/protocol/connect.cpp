@@ -188,9 +188,9 @@ Result<HCLIENT> ConnectUrl(LPCSTR url, UINT timeout, DWORD options) {
   if (!handle) return handle;
   Result<SessionRef> session = SessionTable::Get().Validate(*handle);
   if (!session) return session.error();
-  if ((*session)->Has(HTTP_OPTION_SECURE) && (*session)->tls.certificate_status != 0) {
+  if (Error error = RequireGoodCertificate(**session)) {
     SessionTable::Get().Release(*handle);
-    return Error(QV_ERROR_SECURITY_CERTIFICATE);
+    return error;
   }
   if (Error error = Authenticate(**session, HTTP_AUTH_BASIC, parts->user.value_or(""),
                                  parts->password.value_or(""))) {

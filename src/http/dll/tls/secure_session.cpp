@@ -35,4 +35,9 @@ Error StartSecurity(Session& session) {
   return kNoError;
 }
 
+Error RequireGoodCertificate(const Session& session) {
+  const bool refused = session.Has(HTTP_OPTION_SECURE) && session.tls.certificate_status != 0;
+  return refused ? Error(QV_ERROR_SECURITY_CERTIFICATE) : kNoError;
+}
+
 }  // namespace qv

@@ -18,6 +18,10 @@ Error PrepareSecurity(Session& session);
 // QV_ERROR_SECURITY_CERTIFICATE.
 Error StartSecurity(Session& session);
 
+// For those who connect on behalf of an application that cannot look at the session first:
+// QV_ERROR_SECURITY_CERTIFICATE when it is secure and its server's certificate is not good.
+Error RequireGoodCertificate(const Session& session);
+
 }  // namespace qv
 
 #endif  // QV_TLS_SECURE_SESSION_H_

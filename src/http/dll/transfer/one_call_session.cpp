@@ -3,6 +3,7 @@
 #include "frame/error_slot.h"
 #include "frame/session.h"
 #include "protocol/connect.h"
+#include "tls/secure_session.h"
 
 namespace qv {
 namespace {
@@ -30,9 +31,7 @@ Result<OneCallSession> OneCallSession::Open(const Url& url, const OneCallConnect
   Result<SessionRef> found = SessionTable::Get().Validate(*handle);
   if (!found) return found.error();
   OneCallSession session(*std::move(found));
-  if (session->Has(HTTP_OPTION_SECURE) && session->tls.certificate_status != 0) {
-    return Error(QV_ERROR_SECURITY_CERTIFICATE);
-  }
+  if (Error error = RequireGoodCertificate(*session)) return error;
   return session;
 }
 
